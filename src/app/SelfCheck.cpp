@@ -1,0 +1,91 @@
+#include "app/SelfCheck.h"
+
+#include <functional>
+
+#include "common/Files.h"
+#include "common/Settings.h"
+#include "markup/BookMarkup.h"
+#include "markup/Normalise.h"
+#include "markup/PlainHtml.h"
+#include "markup/SampleBook.h"
+#include "markup/Signature.h"
+
+namespace pw::app {
+namespace {
+
+size_t CountOf(std::string_view text, std::string_view part) {
+  size_t count = 0;
+  for (size_t at = text.find(part); at != std::string_view::npos; at = text.find(part, at + part.size()))
+    ++count;
+  return count;
+}
+
+class Checker {
+ public:
+  explicit Checker(std::ostream& out) : out_(out) {}
+  void Check(bool ok, std::string_view what) {
+    out_ << (ok ? "ok      " : "FAILED  ") << what << "\n";
+    if (!ok) ++failures_;
+  }
+  int failures() const { return failures_; }
+
+ private:
+  std::ostream& out_;
+  int failures_ = 0;
+};
+
+}  // namespace
+
+int RunSelfCheck(const std::string& bookPath, std::ostream& out) {
+  common::Settings settings;
+  std::string book;
+  if (bookPath.empty()) {
+    book = markup::MakeSampleBook(3, settings);
+    out << "sample book: " << book.size() << " bytes\n";
+  } else if (!common::ReadWholeFile(bookPath, book)) {
+    out << "cannot read " << bookPath << "\n";
+    return 1;
+  } else {
+    out << bookPath << ": " << book.size() << " bytes\n";
+  }
+
+  Checker check(out);
+  const size_t titles = CountOf(book, markup::kTitleOpen) + CountOf(book, markup::kFormerTitleOpen);
+
+  markup::NormaliseBookHeader(book, settings.sectionMode);
+  check.Check(CountOf(book, "<BODY") == 1, "normalised book has exactly one body tag");
+  check.Check(book.find("<BASEFONT") == std::string::npos, "no BASEFONT left");
+  check.Check(book.find("<BR>") == std::string::npos, "no bare line break left");
+  check.Check(CountOf(book, markup::kTitleOpen) == titles, "every title kept");
+  std::string again = book;
+  markup::NormaliseBookHeader(again, settings.sectionMode);
+  check.Check(again == book, "normalisation is stable when run twice");
+
+  if (titles > 0) {
+    std::string withContents = book;
+    check.Check(markup::InsertContents(withContents, settings.bookCodePage) &&
+                    CountOf(withContents, " href=\"#") == titles,
+                "contents block lists every title");
+  }
+
+  std::string signed1 = book;
+  markup::RemoveSignature(signed1);
+  markup::AddSignature(signed1, "22.11.2026", true);
+  markup::RemoveSignature(signed1);
+  markup::AddSignature(signed1, "22.11.2026", true);
+  check.Check(CountOf(signed1, markup::kSignatureOpen) == 1 &&
+                  CountOf(signed1, markup::kLastParagraph) == 1,
+              "signing twice leaves one signature and one last paragraph");
+
+  std::string plain = book;
+  common::NullProgress progress;
+  markup::ArrangeAsPlainHtml(plain, markup::PlainHtmlOptions{}, progress);
+  check.Check(plain.find("<FONT") == std::string::npos && plain.find("<BODY") == std::string::npos,
+              "plain HTML has no font or body tags");
+  check.Check(CountOf(plain, markup::kTitleOpen) == titles, "plain HTML keeps every title");
+
+  out << (check.failures() == 0 ? "all checks passed\n" : "some checks FAILED\n");
+  return check.failures() == 0 ? 0 : 1;
+}
+
+}  // namespace pw::app

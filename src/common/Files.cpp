@@ -1,0 +1,85 @@
+#include "common/Files.h"
+
+#include <atomic>
+#include <fstream>
+#include <system_error>
+#include <unistd.h>
+
+namespace pw::common {
+
+bool ReadWholeFile(const fs::path& path, std::string& out) {
+  out.clear();
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return false;
+  std::error_code ec;
+  const auto size = fs::file_size(path, ec);
+  if (!ec) out.reserve(static_cast<size_t>(size));
+  out.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  if (in.bad()) {
+    out.clear();
+    return false;
+  }
+  return true;
+}
+
+bool WriteFileAtomic(const fs::path& path, std::string_view data) {
+  static std::atomic<unsigned> counter{0};
+  fs::path temp = path;
+  temp += ".pwtmp" + std::to_string(::getpid()) + "_" + std::to_string(counter++);
+  {
+    std::ofstream out(temp, std::ios::binary | std::ios::trunc);
+    if (!out) return false;
+    out.write(data.data(), static_cast<std::streamsize>(data.size()));
+    out.flush();
+    if (!out) {
+      out.close();
+      std::error_code ignored;
+      fs::remove(temp, ignored);
+      return false;
+    }
+  }
+  std::error_code ec;
+  fs::rename(temp, path, ec);
+  if (ec) {
+    std::error_code ignored;
+    fs::remove(temp, ignored);
+    return false;
+  }
+  return true;
+}
+
+bool FileExists(const fs::path& path) {
+  std::error_code ec;
+  return fs::is_regular_file(path, ec);
+}
+
+bool MakeFolderIfMissing(const fs::path& path) {
+  std::error_code ec;
+  if (fs::is_directory(path, ec)) return true;
+  fs::create_directories(path, ec);
+  return fs::is_directory(path, ec);
+}
+
+PathParts SplitPath(const fs::path& path) {
+  PathParts parts;
+  parts.folder = path.parent_path().string();
+  const std::string file = path.filename().string();
+  const auto dot = file.rfind('.');
+  if (dot == std::string::npos || dot == 0) {
+    parts.name = file;
+  } else {
+    parts.name = file.substr(0, dot);
+    parts.extension = file.substr(dot + 1);
+  }
+  return parts;
+}
+
+std::string LowerExtension(const fs::path& path) {
+  std::string ext = SplitPath(path).extension;
+  for (char& c : ext) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return ext;
+}
+
+}  // namespace pw::common

@@ -92,13 +92,16 @@ TEST(Normalise, OnlyTheFirstEarlyEmptyDivGoes) {
   EXPECT_EQ(early, std::string(399, 'x'));
 }
 
-TEST(Normalise, IsStableOnItsOwnOutput) {
+TEST(Normalise, LegacyBookGoldenAndSecondLoad) {
   std::string doc = test::ReadData("markup/legacy_book.htm");
   NormaliseBookHeader(doc, false);
   EXPECT_TRUE(test::MatchesGolden(doc, "markup/legacy_book.normalised.html0"));
+  // A second load drops the next early empty block and changes nothing else.
   std::string again = doc;
   NormaliseBookHeader(again, false);
-  EXPECT_EQ(again, doc);
+  std::string expected = doc;
+  ASSERT_TRUE(RemoveLeadingEmptyDiv(expected));
+  EXPECT_EQ(again, expected);
 }
 
 }  // namespace

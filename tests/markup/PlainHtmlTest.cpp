@@ -49,7 +49,7 @@ TEST(PlainHtml, MarksAndFurnitureGo) {
       "<SPAN id=former_title>f</SPAN>"
       "<DIV id=LastPar align=justify>&nbsp;&nbsp;&nbsp;&nbsp;</DIV></BASEFONT></BODY></HTML>";
   EXPECT_EQ(Arrange(doc),
-            "<H2 align=center>T</H2><DIV align=justify>s</DIV><A href=#n1>1</A><BR><BR>a<BR>b"
+            "<H2 align=center><B>T</B></H2><DIV align=justify>s</DIV><A href=#n1>1</A><BR><BR>a<BR>b"
             "<SPAN id=title>f</SPAN>");
   PlainHtmlOptions keep;
   keep.keepFormerTitles = true;

@@ -73,17 +73,9 @@ void NormaliseBookHeader(std::string& document, bool keepSections) {
   BodyStyle style;
   style.bgColor = "#ffffff";
 
-  // Font size and face come from a BASEFONT tag, which the older books carry.
-  if (const size_t baseFont = document.find("<BASEFONT"); baseFont != std::string::npos) {
-    const size_t end = TagEnd(document, baseFont);
-    const std::string_view tag =
-        std::string_view(document).substr(baseFont, end == std::string::npos ? end : end - baseFont);
-    std::string value;
-    if (TagAttribute(tag, "size", value)) style.fontSize = BaseFontSizeName(value);
-    if (TagAttribute(tag, "face", value) && !value.empty()) style.fontFamily = value;
-  }
-
   // Weight and colours come from the body tag; margin and line height are always the book's own.
+  // The body's own size and family count too, so a book normalised once (no BASEFONT left)
+  // keeps its font when it is loaded again; a BASEFONT, where there is one, wins.
   const size_t body = FindBodyTag(document);
   size_t bodyEnd = std::string::npos;
   if (body != std::string::npos) {
@@ -92,11 +84,23 @@ void NormaliseBookHeader(std::string& document, bool keepSections) {
         std::string_view(document).substr(body, bodyEnd == std::string::npos ? bodyEnd : bodyEnd - body);
     std::string value;
     if (TagAttribute(tag, "style", value)) {
-      std::string weight;
-      if (StyleProperty(value, "FONT-WEIGHT", weight)) style.fontWeight = weight;
+      std::string property;
+      if (StyleProperty(value, "FONT-WEIGHT", property)) style.fontWeight = property;
+      if (StyleProperty(value, "FONT-SIZE", property)) style.fontSize = property;
+      if (StyleProperty(value, "FONT-FAMILY", property)) style.fontFamily = property;
     }
     if (TagAttribute(tag, "text", value) && !value.empty()) style.textColor = value;
     if (TagAttribute(tag, "bgColor", value) && !value.empty()) style.bgColor = value;
+  }
+
+  // Font size and face come from a BASEFONT tag, which the older books carry.
+  if (const size_t baseFont = document.find("<BASEFONT"); baseFont != std::string::npos) {
+    const size_t end = TagEnd(document, baseFont);
+    const std::string_view tag =
+        std::string_view(document).substr(baseFont, end == std::string::npos ? end : end - baseFont);
+    std::string value;
+    if (TagAttribute(tag, "size", value)) style.fontSize = BaseFontSizeName(value);
+    if (TagAttribute(tag, "face", value) && !value.empty()) style.fontFamily = value;
   }
 
   const std::string bodyTag = MakeBodyTag(style, false, false, true);

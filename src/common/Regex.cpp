@@ -16,6 +16,9 @@ namespace {
 constexpr uint32_t kMatchLimit = 50'000'000;
 constexpr uint32_t kDepthLimit = 1'000'000;
 constexpr size_t kCacheCapacity = 256;
+// Repeated groups over long runs of text need deep JIT stacks; the memory is reserved, not
+// committed, until a match needs it.
+constexpr size_t kJitStackMax = 512 * 1024 * 1024;
 
 struct CodeDeleter {
   void operator()(pcre2_code* code) const { pcre2_code_free(code); }
@@ -85,7 +88,7 @@ pcre2_match_context* ThreadContext() {
     context.reset(pcre2_match_context_create(nullptr));
     pcre2_set_match_limit(context.get(), kMatchLimit);
     pcre2_set_depth_limit(context.get(), kDepthLimit);
-    stack.reset(pcre2_jit_stack_create(32 * 1024, 8 * 1024 * 1024, nullptr));
+    stack.reset(pcre2_jit_stack_create(64 * 1024, kJitStackMax, nullptr));
     if (stack) pcre2_jit_stack_assign(context.get(), nullptr, stack.get());
   }
   return context.get();

@@ -9,6 +9,7 @@
 #include "markup/PlainHtml.h"
 #include "markup/SampleBook.h"
 #include "markup/Signature.h"
+#include "markup/StoredBook.h"
 
 namespace pw::app {
 namespace {
@@ -80,6 +81,27 @@ int RunSelfCheck(const std::string& bookPath, std::ostream& out) {
   check.Check(plain.find("<FONT") == std::string::npos && plain.find("<BODY") == std::string::npos,
               "plain HTML has no font or body tags");
   check.Check(CountOf(plain, markup::kTitleOpen) == titles, "plain HTML keeps every title");
+
+  for (const bool compressed : {false, true}) {
+    markup::StoredBook stored;
+    stored.document = book;
+    stored.compressed = compressed;
+    stored.header[markup::HeaderField::Title] = "Дорога на север";
+    stored.pictures.push_back({"cover.png", std::string("\x89PNG\r\n\x1a\n<!/PwPictureData>", 24)});
+    const std::string bytes = markup::WriteStoredBook(stored);
+    markup::StoredBook back;
+    std::string error;
+    const bool read = markup::ReadStoredBook(bytes, back, error);
+    check.Check(read && back.document == book && back.compressed == compressed &&
+                    back.header[markup::HeaderField::Title] == stored.header[markup::HeaderField::Title] && back.pictures.size() == 1 &&
+                    back.pictures[0].data == stored.pictures[0].data,
+                std::string(compressed ? "compressed" : "plain") + " stored book round trip (" +
+                    std::to_string(bytes.size()) + " bytes)" + (error.empty() ? "" : ": " + error));
+    if (compressed) {
+      check.Check(!markup::ReadStoredBook(bytes.substr(0, bytes.size() / 2), back, error),
+                  "compressed stored book cut in half is refused");
+    }
+  }
 
   out << (check.failures() == 0 ? "all checks passed\n" : "some checks FAILED\n");
   return check.failures() == 0 ? 0 : 1;

@@ -116,18 +116,19 @@ void NormaliseBookHeader(std::string& document, bool keepSections) {
       {.match = "</BASEFONT>", .replacement = "", .caseless = true},
       {.match = "<BR>", .replacement = kEmptyIndentedParagraph, .caseless = true},
       {.match = "<DIV> </DIV>", .replacement = "<DIV></DIV>"},
+      {.match = "id=former_title", .replacement = "id=title"},
   };
   static constexpr TagRule kWithoutSections[] = {
       kWithSections[0],
       kWithSections[1],
       kWithSections[2],
       kWithSections[3],
+      kWithSections[4],
       {.match = "<SPAN id=FbSection>", .replacement = "", .until = "</SPAN>"},
       {.match = "<SPAN id=FbSectionEnd>", .replacement = "", .until = "</SPAN>"},
   };
   if (keepSections) ApplyTagRules(document, kWithSections);
   else ApplyTagRules(document, kWithoutSections);
-  common::ReplaceAllInPlace(document, "id=former_title", "id=title");
 
   RemoveLeadingEmptyDiv(document, 400);
 }

@@ -66,10 +66,12 @@ void ArrangeAsPlainHtml(std::string& document, const PlainHtmlOptions& options,
   rules.push_back({.match = kKeepBr, .replacement = "<BR>"});
   rules.push_back({.match = "&lt;", .replacement = kProtectedLt});
   rules.push_back({.match = "&gt;", .replacement = kProtectedGt});
-  rules.push_back({.match = "style=\"COLOR: blue\" href=", .replacement = "href="});
-  rules.push_back({.match = "style=\"COLOR: brown\" href=", .replacement = "href="});
+  // The coloured note links and the former titles are the program's own tags, so they are
+  // matched as whole tag openings, which keeps the scan on '<' and '&' only.
+  rules.push_back({.match = "<A style=\"COLOR: blue\" href=", .replacement = "<A href="});
+  rules.push_back({.match = "<A style=\"COLOR: brown\" href=", .replacement = "<A href="});
   if (!options.keepFormerTitles) {
-    rules.push_back({.match = "id=former_title", .replacement = "id=title"});
+    rules.push_back({.match = "<SPAN id=former_title>", .replacement = "<SPAN id=title>"});
   }
   rules.push_back({.match = kLastParagraph, .replacement = ""});
   rules.push_back({.match = "<DIV id=LastPar align=justify>&nbsp;</DIV>", .replacement = ""});

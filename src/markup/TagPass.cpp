@@ -71,51 +71,74 @@ size_t MatchAt(std::string_view text, size_t pos, const TagRule& rule, RuleState
 size_t ApplyTagRules(std::string& text, std::span<const TagRule> rules) {
   if (rules.empty() || text.empty()) return 0;
 
-  // Bytes that can start a match; the scan skips everything else quickly.
-  std::array<bool, 256> starts{};
+  // Bytes that can start a match; the scan jumps from one to the next with memchr.
+  std::array<bool, 256> isStart{};
+  std::vector<unsigned char> startBytes;
+  auto addStart = [&](unsigned char c) {
+    if (!isStart[c]) startBytes.push_back(c);
+    isStart[c] = true;
+  };
   for (const TagRule& rule : rules) {
     if (rule.match.empty()) continue;
     const auto c = static_cast<unsigned char>(rule.match[0]);
-    starts[c] = true;
-    if (rule.caseless) {
-      starts[static_cast<unsigned char>(LowerAscii(static_cast<char>(c)))] = true;
-      if (c >= 'a' && c <= 'z') starts[c - 32] = true;
-    }
+    addStart(c);
+    if (rule.caseless && c >= 'a' && c <= 'z') addStart(static_cast<unsigned char>(c - 32));
+    if (rule.caseless && c >= 'A' && c <= 'Z') addStart(static_cast<unsigned char>(c + 32));
   }
 
   std::vector<RuleState> states(rules.size());
   const std::string_view source(text);
-  std::string out;
+  const size_t n = source.size();
+  // Next occurrence of each start byte at or after the scan position (n when none is left).
+  std::vector<size_t> next(startBytes.size(), 0);
+  auto refresh = [&](size_t k, size_t from) {
+    const void* hit = from < n ? std::memchr(source.data() + from, startBytes[k], n - from) : nullptr;
+    next[k] = hit ? static_cast<size_t>(static_cast<const char*>(hit) - source.data()) : n;
+  };
+  for (size_t k = 0; k < startBytes.size(); ++k) refresh(k, 0);
+
+  // Passes follow one another over the same book, so each writes into the buffer the previous
+  // pass let go of: a book-sized buffer is then allocated (and faulted in) once per chain
+  // rather than once per pass.
+  thread_local std::string spare;
+  std::string out = std::move(spare);
+  out.clear();
   size_t copied = 0;  // source bytes up to here are already in `out`
   size_t count = 0;
-  const size_t n = source.size();
-  for (size_t i = 0; i < n;) {
-    if (!starts[static_cast<unsigned char>(source[i])]) {
-      ++i;
-      continue;
+  size_t i = 0;
+  while (true) {
+    size_t at = n;
+    for (size_t k = 0; k < startBytes.size(); ++k) {
+      if (next[k] < i) refresh(k, i);
+      at = std::min(at, next[k]);
     }
+    if (at >= n) break;
     size_t length = 0;
     size_t which = 0;
     for (; which < rules.size(); ++which) {
       if (rules[which].match.empty()) continue;
-      length = MatchAt(source, i, rules[which], states[which]);
+      length = MatchAt(source, at, rules[which], states[which]);
       if (length) break;
     }
     if (!length) {
-      ++i;
+      i = at + 1;
       continue;
     }
-    if (count == 0) out.reserve(n);
-    out.append(source, copied, i - copied);
+    // Room for rules that lengthen the text (a bare break becomes a whole paragraph).
+    if (count == 0) out.reserve(n + n / 4 + 64);
+    out.append(source, copied, at - copied);
     out.append(rules[which].replacement);
-    i += length;
+    i = at + length;
     copied = i;
     ++count;
   }
   if (count) {
     out.append(source, copied, n - copied);
-    text = std::move(out);
+    text.swap(out);
   }
+  // Keep the spare only while it is of a reasonable size for a book.
+  constexpr size_t kSpareLimit = 64u << 20;
+  if (out.capacity() <= kSpareLimit) spare = std::move(out);
   return count;
 }
 

@@ -4,6 +4,7 @@
 
 #include "common/Files.h"
 #include "common/Settings.h"
+#include "common/Text.h"
 #include "markup/BookMarkup.h"
 #include "markup/Normalise.h"
 #include "markup/PlainHtml.h"
@@ -13,13 +14,6 @@
 
 namespace pw::app {
 namespace {
-
-size_t CountOf(std::string_view text, std::string_view part) {
-  size_t count = 0;
-  for (size_t at = text.find(part); at != std::string_view::npos; at = text.find(part, at + part.size()))
-    ++count;
-  return count;
-}
 
 class Checker {
  public:
@@ -51,18 +45,18 @@ int RunSelfCheck(const std::string& bookPath, std::ostream& out) {
   }
 
   Checker check(out);
-  const size_t titles = CountOf(book, markup::kTitleOpen) + CountOf(book, markup::kFormerTitleOpen);
+  const size_t titles = common::CountOccurrences(book, markup::kTitleOpen) + common::CountOccurrences(book, markup::kFormerTitleOpen);
 
   markup::NormaliseBookHeader(book, settings.sectionMode);
-  check.Check(CountOf(book, "<BODY") == 1, "normalised book has exactly one body tag");
+  check.Check(common::CountOccurrences(book, "<BODY") == 1, "normalised book has exactly one body tag");
   check.Check(book.find("<BASEFONT") == std::string::npos, "no BASEFONT left");
   check.Check(book.find("<BR>") == std::string::npos, "no bare line break left");
-  check.Check(CountOf(book, markup::kTitleOpen) == titles, "every title kept");
+  check.Check(common::CountOccurrences(book, markup::kTitleOpen) == titles, "every title kept");
 
   if (titles > 0) {
     std::string withContents = book;
     check.Check(markup::InsertContents(withContents, settings.bookCodePage) &&
-                    CountOf(withContents, " href=\"#") == titles,
+                    common::CountOccurrences(withContents, " href=\"#") == titles,
                 "contents block lists every title");
   }
 
@@ -71,8 +65,8 @@ int RunSelfCheck(const std::string& bookPath, std::ostream& out) {
   markup::AddSignature(signed1, "22.11.2026", true);
   markup::RemoveSignature(signed1);
   markup::AddSignature(signed1, "22.11.2026", true);
-  check.Check(CountOf(signed1, markup::kSignatureOpen) == 1 &&
-                  CountOf(signed1, markup::kLastParagraph) == 1,
+  check.Check(common::CountOccurrences(signed1, markup::kSignatureOpen) == 1 &&
+                  common::CountOccurrences(signed1, markup::kLastParagraph) == 1,
               "signing twice leaves one signature and one last paragraph");
 
   std::string plain = book;
@@ -80,7 +74,7 @@ int RunSelfCheck(const std::string& bookPath, std::ostream& out) {
   markup::ArrangeAsPlainHtml(plain, markup::PlainHtmlOptions{}, progress);
   check.Check(plain.find("<FONT") == std::string::npos && plain.find("<BODY") == std::string::npos,
               "plain HTML has no font or body tags");
-  check.Check(CountOf(plain, markup::kTitleOpen) == titles, "plain HTML keeps every title");
+  check.Check(common::CountOccurrences(plain, markup::kTitleOpen) == titles, "plain HTML keeps every title");
 
   for (const bool compressed : {false, true}) {
     markup::StoredBook stored;

@@ -205,6 +205,14 @@ std::string DecodeCharNotation(std::string_view text, CodePage bookCodePage) {
   return out;
 }
 
+size_t CountOccurrences(std::string_view text, std::string_view part) {
+  if (part.empty()) return 0;
+  size_t count = 0;
+  for (size_t at = text.find(part); at != std::string_view::npos; at = text.find(part, at + part.size()))
+    ++count;
+  return count;
+}
+
 bool StartsWith(std::string_view text, std::string_view part) { return text.starts_with(part); }
 
 bool EndsWith(std::string_view text, std::string_view part) { return text.ends_with(part); }

@@ -34,6 +34,9 @@ void CollapseRepeats(std::string& text, std::string_view symbol, bool caseSensit
 // well-formed number stays as typed.
 std::string DecodeCharNotation(std::string_view text, CodePage bookCodePage);
 
+// Number of non-overlapping occurrences of `part` (0 for an empty part).
+size_t CountOccurrences(std::string_view text, std::string_view part);
+
 // True when `text` starts / ends with `part`.
 bool StartsWith(std::string_view text, std::string_view part);
 bool EndsWith(std::string_view text, std::string_view part);

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <vector>
 
+#include "common/Text.h"
+
 namespace pw::markup {
 namespace {
 
@@ -21,17 +23,6 @@ bool EqualsAt(std::string_view text, size_t pos, std::string_view part, bool cas
     if (LowerAscii(text[pos + i]) != LowerAscii(part[i])) return false;
   }
   return true;
-}
-
-size_t FindCaseless(std::string_view text, std::string_view needle, size_t from) {
-  if (needle.empty()) return from <= text.size() ? from : std::string_view::npos;
-  const char first = LowerAscii(needle[0]);
-  const char firstUpper = (first >= 'a' && first <= 'z') ? static_cast<char>(first - 32) : first;
-  for (size_t i = from; i + needle.size() <= text.size(); ++i) {
-    const char c = text[i];
-    if ((c == first || c == firstUpper) && EqualsAt(text, i, needle, true)) return i;
-  }
-  return std::string_view::npos;
 }
 
 struct RuleState {
@@ -56,7 +47,7 @@ size_t MatchAt(std::string_view text, size_t pos, const TagRule& rule, RuleState
   if (!rule.until.empty()) {
     if (!state.untilKnown || end < state.untilFrom ||
         (state.untilAt != std::string_view::npos && state.untilAt < end)) {
-      state.untilAt = rule.caseless ? FindCaseless(text, rule.until, end) : text.find(rule.until, end);
+      state.untilAt = rule.caseless ? common::FindAsciiCaseless(text, rule.until, end) : text.find(rule.until, end);
       state.untilFrom = end;
       state.untilKnown = true;
     }
@@ -151,10 +142,10 @@ size_t CutBlocks(std::string& text, std::string_view open, std::string_view clos
     return EqualsAt(source, pos, open, true) &&
            (pos + open.size() >= source.size() || !IsAlnum(source[pos + open.size()]));
   };
-  size_t pos = FindCaseless(source, open, 0);
+  size_t pos = common::FindAsciiCaseless(source, open, 0);
   while (pos != std::string_view::npos) {
     if (!isOpenAt(pos)) {
-      pos = FindCaseless(source, open, pos + 1);
+      pos = common::FindAsciiCaseless(source, open, pos + 1);
       continue;
     }
     // Walk forward counting nested openings until the matching close.
@@ -165,12 +156,12 @@ size_t CutBlocks(std::string& text, std::string_view open, std::string_view clos
     // opening is not searched for again at every closing.
     size_t nextOpen = pos;
     auto findOpen = [&](size_t from) {
-      size_t at = FindCaseless(source, open, from);
-      while (at != std::string_view::npos && !isOpenAt(at)) at = FindCaseless(source, open, at + 1);
+      size_t at = common::FindAsciiCaseless(source, open, from);
+      while (at != std::string_view::npos && !isOpenAt(at)) at = common::FindAsciiCaseless(source, open, at + 1);
       return at;
     };
     while (depth > 0) {
-      const size_t nextClose = FindCaseless(source, close, scan);
+      const size_t nextClose = common::FindAsciiCaseless(source, close, scan);
       if (nextClose == std::string_view::npos) break;
       if (nextOpen != std::string_view::npos && nextOpen < scan) nextOpen = findOpen(scan);
       if (nextOpen != std::string_view::npos && nextOpen < nextClose) {
@@ -187,7 +178,7 @@ size_t CutBlocks(std::string& text, std::string_view open, std::string_view clos
     out.append(source, copied, pos - copied);
     copied = end;
     ++count;
-    pos = FindCaseless(source, open, end);
+    pos = common::FindAsciiCaseless(source, open, end);
   }
   if (count) {
     out.append(source, copied, source.size() - copied);

@@ -2,17 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "common/Text.h"
+
 #include "markup/BookMarkup.h"
 #include "support/TestSupport.h"
 
 namespace pw::markup {
 namespace {
-
-size_t Count(std::string_view text, std::string_view part) {
-  size_t n = 0;
-  for (size_t at = text.find(part); at != std::string_view::npos; at = text.find(part, at + 1)) ++n;
-  return n;
-}
 
 TEST(Normalise, BaseFontSizes) {
   EXPECT_EQ(BaseFontSizeName("1"), "xx-small");
@@ -48,7 +44,7 @@ TEST(Normalise, MissingValuesTakeDefaults) {
 TEST(Normalise, DocumentWithoutBodyGetsOne) {
   std::string doc = "<HTML><HEAD><TITLE>t</TITLE></HEAD><P>x</P></HTML>";
   NormaliseBookHeader(doc, false);
-  EXPECT_EQ(Count(doc, "<BODY style="), 1u);
+  EXPECT_EQ(common::CountOccurrences(doc, "<BODY style="), 1u);
   EXPECT_LT(doc.find("</HEAD>"), doc.find("<BODY"));
   EXPECT_LT(doc.find("<P>x</P>"), doc.find("</BODY>"));
   EXPECT_LT(doc.find("</BODY>"), doc.find("</HTML>"));
@@ -57,8 +53,8 @@ TEST(Normalise, DocumentWithoutBodyGetsOne) {
 TEST(Normalise, BreaksFormerTitlesAndBaseFontEnds) {
   std::string doc = "<BODY>a<BR>b<br>c<BR id=KeepBr>d<SPAN id=former_title>t</SPAN></basefont></BODY>";
   NormaliseBookHeader(doc, false);
-  EXPECT_EQ(Count(doc, std::string(kEmptyIndentedParagraph)), 2u);
-  EXPECT_EQ(Count(doc, "<BR id=KeepBr>"), 1u);
+  EXPECT_EQ(common::CountOccurrences(doc, std::string(kEmptyIndentedParagraph)), 2u);
+  EXPECT_EQ(common::CountOccurrences(doc, "<BR id=KeepBr>"), 1u);
   EXPECT_NE(doc.find("<SPAN id=title>t</SPAN>"), std::string::npos);
   EXPECT_EQ(doc.find("former_title"), std::string::npos);
   EXPECT_EQ(doc.find("asefont"), std::string::npos);
@@ -81,7 +77,7 @@ TEST(Normalise, SectionMarksDependOnSectionMode) {
 TEST(Normalise, OnlyTheFirstEarlyEmptyDivGoes) {
   std::string doc = "<BODY><DIV> </DIV><DIV></DIV>x</BODY>";
   NormaliseBookHeader(doc, false);
-  EXPECT_EQ(Count(doc, "<DIV></DIV>"), 1u);
+  EXPECT_EQ(common::CountOccurrences(doc, "<DIV></DIV>"), 1u);
 
   std::string late(400, 'x');
   late += "<DIV></DIV>";

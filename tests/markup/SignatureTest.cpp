@@ -2,17 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "common/Text.h"
+
 #include "markup/BookMarkup.h"
 #include "support/TestSupport.h"
 
 namespace pw::markup {
 namespace {
-
-size_t Count(std::string_view text, std::string_view part) {
-  size_t n = 0;
-  for (size_t at = text.find(part); at != std::string_view::npos; at = text.find(part, at + 1)) ++n;
-  return n;
-}
 
 std::string Book() {
   return "<BODY>" + MakeParagraph("Text.") + std::string(kLastParagraph) + "</BODY></HTML>";
@@ -23,7 +19,7 @@ TEST(Signature, BlockShapeWithAndWithoutLineEnds) {
             "<BR><SPAN id=PWSIGN><DIV align=center>This file was created with Pagewright program"
             "</DIV><DIV align=center>pagewright.books@example.org</DIV><DIV align=center>22.11.2026"
             "</DIV></SPAN>" + std::string(kLastParagraph));
-  EXPECT_EQ(Count(MakeSignatureBlock("d", true), "\r\n"), 5u);
+  EXPECT_EQ(common::CountOccurrences(MakeSignatureBlock("d", true), "\r\n"), 5u);
 }
 
 TEST(Signature, SigningTwiceLeavesOneBlockAndOneLastParagraph) {
@@ -33,9 +29,9 @@ TEST(Signature, SigningTwiceLeavesOneBlockAndOneLastParagraph) {
       RemoveSignature(book);
       AddSignature(book, "22.11.2026", lineEnds);
     }
-    EXPECT_EQ(Count(book, kSignatureOpen), 1u);
-    EXPECT_EQ(Count(book, kLastParagraph), 1u);
-    EXPECT_EQ(Count(book, "<BR>"), 1u);
+    EXPECT_EQ(common::CountOccurrences(book, kSignatureOpen), 1u);
+    EXPECT_EQ(common::CountOccurrences(book, kLastParagraph), 1u);
+    EXPECT_EQ(common::CountOccurrences(book, "<BR>"), 1u);
     // The last-paragraph mark stays the body's last element.
     EXPECT_LT(book.find("</SPAN>", book.find(kSignatureOpen)), book.find(kLastParagraph));
     EXPECT_NE(book.find(std::string(kLastParagraph) + (lineEnds ? "\r\n" : "") + "</BODY>"),

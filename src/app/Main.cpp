@@ -22,6 +22,7 @@ int main(int argc, char** argv) {
   pw::app::CommandAction action;
   pw::app::RegisterSelfCheckCommand(app, action);
   pw::app::RegisterBookCommand(app, action);
+  pw::app::RegisterCorrectorCommands(app, action);
 
   try {
     app.parse(argc, argv);

@@ -25,6 +25,24 @@ constexpr std::array kMessages{
     MessageRow{Msg::RegularExpressionLimit, "regular expression is too costly for this text: ",
                "регулярное выражение слишком сложно для этого текста: "},
     MessageRow{Msg::UnknownCodePage, "unknown code page: ", "неизвестная кодовая страница: "},
+    MessageRow{Msg::CleanUpNothingSelected, "nothing selected - nothing cleaned",
+               "ничего не выделено - нечего чистить"},
+    MessageRow{Msg::CleanUpBadFragment, "cannot proceed with chosen fragment",
+               "невозможно обработать выбранный фрагмент"},
+    MessageRow{Msg::CleanUpBadSelection,
+               " bad selection\nto select a single row: put cursor inside a cell;\nto select many "
+               "rows: Ctrl+click inside the first row, then Shift+click inside the last row.",
+               " неверное выделение\nчтобы выделить одну строку: поставьте курсор в ячейку;\nчтобы "
+               "выделить несколько строк: Ctrl+щелчок в первой строке, затем Shift+щелчок в последней."},
+    MessageRow{Msg::CleanUpBadClipboard, " bad clipboard data\nmake \"cut/copy row\" operation before",
+               " в буфере нет строк\nсначала выполните \"вырезать/копировать строку\""},
+    MessageRow{Msg::CleanUpBadRowSelection,
+               " bad row selection\n- put the cursor into a row after (before) which you want to paste "
+               "the clipboard data\n- repeat the \"paste row after (before)\" operation",
+               " неверно выбрана строка\n- поставьте курсор в строку, после (перед) которой нужно "
+               "вставить строки из буфера\n- повторите операцию \"вставить строку после (перед)\""},
+    MessageRow{Msg::CleanUpFileNotFound, "file not found", "файл не найден"},
+    MessageRow{Msg::CannotImportFile, "cannot import file", "невозможно импортировать файл"},
 };
 static_assert(kMessages.size() == static_cast<size_t>(Msg::Count_),
               "every message needs its row");

@@ -21,6 +21,13 @@ enum class Msg {
   BadRegularExpression,     // + detail
   RegularExpressionLimit,   // + pattern
   UnknownCodePage,          // + name
+  CleanUpNothingSelected,
+  CleanUpBadFragment,
+  CleanUpBadSelection,
+  CleanUpBadClipboard,
+  CleanUpBadRowSelection,
+  CleanUpFileNotFound,
+  CannotImportFile,
   Count_                    // keep last
 };
 

@@ -1,0 +1,92 @@
+#include "corrector/CleanUpRules.h"
+
+#include "common/Regex.h"
+#include "common/Text.h"
+
+namespace pw::corrector {
+namespace {
+
+constexpr std::string_view kRepeatKeyword = "RemoveRepeatedSymbols(";
+
+// The symbol of a "RemoveRepeatedSymbols(s)" row, or false when the row is not one.
+bool RepeatedSymbol(std::string_view repWhat, std::string_view& symbol) {
+  const size_t at = repWhat.find(kRepeatKeyword);
+  if (at == std::string_view::npos) return false;
+  const size_t open = at + kRepeatKeyword.size();
+  const size_t close = repWhat.find(')', open);
+  if (close == std::string_view::npos) return false;
+  symbol = repWhat.substr(open, close - open);
+  return true;
+}
+
+}  // namespace
+
+std::string ApplyCleanUpRules(std::string_view text, const std::vector<CleanUpRule>& rows,
+                              common::CodePage bookCodePage, common::Progress& progress,
+                              CleanUpReport* report) {
+  std::string result(text);
+  for (size_t i = 0; i < rows.size(); ++i) {
+    const CleanUpRule& row = rows[i];
+    progress.Status("...user-defined book clean up... " + std::to_string(i + 1));
+    progress.Percent(static_cast<int>(100 * i / rows.size()));
+    if (!row.Enabled || row.RepWhat.empty()) continue;
+
+    if (row.RegExp) {
+      progress.Status("user clean-up: RegExp " + row.RepWhat + " -> " + row.RepBy);
+      std::string error;
+      if (!common::RegExpReplaceAll(result, row.RepWhat, row.RepBy, row.Case, &error) && report)
+        report->errors.push_back("row " + std::to_string(i + 1) + ": " + row.RepWhat + ": " + error);
+      continue;
+    }
+
+    std::string_view symbol;
+    if (RepeatedSymbol(row.RepWhat, symbol)) {
+      const std::string decoded = common::DecodeCharNotation(symbol, bookCodePage);
+      if (!decoded.empty()) common::CollapseRepeats(result, decoded, row.Case);
+      continue;
+    }
+
+    const std::string what = common::DecodeCharNotation(row.RepWhat, bookCodePage);
+    const std::string by = common::DecodeCharNotation(row.RepBy, bookCodePage);
+    progress.Status("user clean-up: replacing " + row.RepWhat + " -> " + row.RepBy);
+    if (row.Case) common::ReplaceAllInPlace(result, what, by);
+    else common::ReplaceAllCaselessInPlace(result, what, by);
+  }
+  progress.Percent(100);
+  return result;
+}
+
+std::string FlattenLineBreaks(std::string_view text) {
+  // Replacing "break + blank" by the blank and then deleting the other breaks comes to
+  // deleting every CR and LF.
+  std::string out;
+  out.reserve(text.size());
+  for (const char c : text) {
+    if (c != '\r' && c != '\n') out += c;
+  }
+  return out;
+}
+
+std::string CleanUpLoadedBook(std::string_view book, const std::vector<CleanUpRule>& rows,
+                              common::CodePage bookCodePage, common::Progress& progress,
+                              CleanUpReport* report) {
+  progress.Status("...getting book html...wait, please...");
+  // The body's inner HTML: after the body tag, up to the closing body tag.
+  size_t start = common::FindAsciiCaseless(book, "<body");
+  start = start == std::string_view::npos ? 0 : book.find('>', start);
+  start = start == std::string_view::npos ? 0 : start + 1;
+  size_t end = common::FindAsciiCaseless(book, "</body>", start);
+  if (end == std::string_view::npos) end = book.size();
+
+  const std::string cleaned =
+      ApplyCleanUpRules(FlattenLineBreaks(book.substr(start, end - start)), rows, bookCodePage, progress, report);
+  progress.Status("...inserting new fragment...wait, please...");
+  std::string out;
+  out.reserve(book.size());
+  out.append(book.substr(0, start));
+  out += cleaned;
+  out.append(book.substr(end));
+  return out;
+}
+
+}  // namespace pw::corrector

@@ -1,0 +1,55 @@
+// The user's clean-up rules: a table of find-and-replace rows (literal, regular expression,
+// or collapsing of repeated symbols) run in order over a book's text.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/CodePage.h"
+#include "common/Progress.h"
+
+namespace pw::corrector {
+
+struct CleanUpRule {
+  std::string RepWhat;
+  std::string RepBy;
+  bool Case = false;     // matching is case-sensitive
+  bool RegExp = false;   // RepWhat is a regular expression
+  bool Enabled = true;   // the row takes part
+
+  bool operator==(const CleanUpRule&) const = default;
+};
+
+struct CleanUpTable {
+  std::vector<CleanUpRule> rows;
+  int mode = 3;  // the dialog's option pair: 3 (first button) or 4 (second button)
+  std::string comment;
+
+  bool operator==(const CleanUpTable&) const = default;
+};
+
+// Errors met while applying rules: a regular expression that does not compile or that costs
+// too much on this text. The row is skipped and the rest still run.
+struct CleanUpReport {
+  std::vector<std::string> errors;
+};
+
+// Runs the enabled rows in table order over `text` and returns the result. Literal rows and
+// the keyword rows decode the character notations of their texts with `bookCodePage`;
+// expression rows are used exactly as typed.
+std::string ApplyCleanUpRules(std::string_view text, const std::vector<CleanUpRule>& rows,
+                              common::CodePage bookCodePage, common::Progress& progress,
+                              CleanUpReport* report = nullptr);
+
+// Joins the body into one line the way the interactive command does before its rules run:
+// a line break followed by a blank becomes that blank, every other line break goes.
+std::string FlattenLineBreaks(std::string_view text);
+
+// The interactive clean-up of a whole book: takes the body's inner HTML, flattens it, runs the
+// rows, and puts the result back in place of the old body content.
+std::string CleanUpLoadedBook(std::string_view book, const std::vector<CleanUpRule>& rows,
+                              common::CodePage bookCodePage, common::Progress& progress,
+                              CleanUpReport* report = nullptr);
+
+}  // namespace pw::corrector

@@ -13,8 +13,9 @@ bool RepeatedSymbol(std::string_view repWhat, std::string_view& symbol) {
   const size_t at = repWhat.find(kRepeatKeyword);
   if (at == std::string_view::npos) return false;
   const size_t open = at + kRepeatKeyword.size();
-  const size_t close = repWhat.find(')', open);
-  if (close == std::string_view::npos) return false;
+  // The last bracket closes, so that a decoded ")" can itself be the symbol.
+  const size_t close = repWhat.rfind(')');
+  if (close == std::string_view::npos || close < open) return false;
   symbol = repWhat.substr(open, close - open);
   return true;
 }
@@ -39,14 +40,13 @@ std::string ApplyCleanUpRules(std::string_view text, const std::vector<CleanUpRu
       continue;
     }
 
+    const std::string what = common::DecodeCharNotation(row.RepWhat, bookCodePage);
     std::string_view symbol;
-    if (RepeatedSymbol(row.RepWhat, symbol)) {
-      const std::string decoded = common::DecodeCharNotation(symbol, bookCodePage);
-      if (!decoded.empty()) common::CollapseRepeats(result, decoded, row.Case);
+    if (RepeatedSymbol(what, symbol)) {
+      if (!symbol.empty()) common::CollapseRepeats(result, symbol, row.Case);
       continue;
     }
 
-    const std::string what = common::DecodeCharNotation(row.RepWhat, bookCodePage);
     const std::string by = common::DecodeCharNotation(row.RepBy, bookCodePage);
     progress.Status("user clean-up: replacing " + row.RepWhat + " -> " + row.RepBy);
     if (row.Case) common::ReplaceAllInPlace(result, what, by);

@@ -1,0 +1,103 @@
+#include "corrector/CleanUpRules.h"
+
+#include <gtest/gtest.h>
+
+#include "common/Messages.h"
+#include "common/Session.h"
+#include "corrector/CleanUpFile.h"
+#include "corrector/RuleFile.h"
+#include "support/TestSupport.h"
+
+namespace pw::corrector {
+namespace {
+
+CleanUpRule Plain(std::string what, std::string by, bool caseSensitive = true) {
+  return {std::move(what), std::move(by), caseSensitive, false, true};
+}
+CleanUpRule Expr(std::string what, std::string by, bool caseSensitive = true) {
+  return {std::move(what), std::move(by), caseSensitive, true, true};
+}
+
+std::string Apply(std::string_view text, const std::vector<CleanUpRule>& rows, CleanUpReport* report = nullptr) {
+  common::NullProgress progress;
+  return ApplyCleanUpRules(text, rows, common::CodePage::Win1251, progress, report);
+}
+
+TEST(CleanUpRules, EachRowKindInTableOrder) {
+  const std::vector<CleanUpRule> rows{
+      Plain("--", "uni(8212)"),
+      Expr("(\\d+) руб\\.", "$1 ₽"),
+      {"RemoveRepeatedSymbols( )", "ignored", true, false, true},
+      Plain("ГЛАВА", "Глава", false),
+  };
+  EXPECT_EQ(Apply("глава 1 -- стоит   10 руб.", rows), "Глава 1 — стоит 10 ₽");
+}
+
+TEST(CleanUpRules, CaseRulesForCyrillic) {
+  EXPECT_EQ(Apply("Ёж ёж ЁЖ", {Plain("ёж", "ель", false)}), "ель ель ель");
+  EXPECT_EQ(Apply("Ёж ёж ЁЖ", {Plain("ёж", "ель", true)}), "Ёж ель ЁЖ");
+  EXPECT_EQ(Apply("Ёж ёж ЁЖ", {Expr("ёж", "ель", false)}), "ель ель ель");
+}
+
+TEST(CleanUpRules, DisabledAndEmptyRows) {
+  std::vector<CleanUpRule> rows{Plain("a", "b"), Expr("c", "d")};
+  for (auto& row : rows) row.Enabled = false;
+  EXPECT_EQ(Apply("abc", rows), "abc");
+  EXPECT_EQ(Apply("abc", {Plain("", "x")}), "abc");
+  EXPECT_EQ(Apply("a-b-c", {Plain("-", "")}), "abc");
+}
+
+TEST(CleanUpRules, RepeatedSymbols) {
+  EXPECT_EQ(Apply("a----b--c", {{"RemoveRepeatedSymbols(-)", "", true, false, true}}), "a-b-c");
+  EXPECT_EQ(Apply("xaAaAy", {{"RemoveRepeatedSymbols(a)", "", false, false, true}}), "xay");
+  EXPECT_EQ(Apply("xaAaAy", {{"RemoveRepeatedSymbols(a)", "", true, false, true}}), "xaAaAy");
+  EXPECT_EQ(Apply("a……b", {{"RemoveRepeatedSymbols(chr(133))", "", true, false, true}}), "a…b");
+  EXPECT_EQ(Apply("a  b", {{"RemoveRepeatedSymbols()", "", true, false, true}}), "a  b");
+  EXPECT_EQ(Apply("f(x)))", {{"RemoveRepeatedSymbols(chr(41))", "", true, false, true}}), "f(x)");
+}
+
+TEST(CleanUpRules, NotationsOnlyInPlainRows) {
+  EXPECT_EQ(Apply("«x»", {Plain("uni(171)", "<<")}), "<<x»");
+  // In an expression row the same text is an expression: "uni(171)" matches "uni171".
+  EXPECT_EQ(Apply("«x» uni171", {Expr("uni(171)", "Z")}), "«x» Z");
+  EXPECT_EQ(Apply("a\r\nb", {Plain("chr(13,10)", " ")}), "a b");
+}
+
+TEST(CleanUpRules, BadExpressionIsReportedAndSkipped) {
+  CleanUpReport report;
+  EXPECT_EQ(Apply("abc", {Expr("(b", "x"), Plain("c", "C")}, &report), "abC");
+  ASSERT_EQ(report.errors.size(), 1u);
+  EXPECT_NE(report.errors[0].find("row 1"), std::string::npos);
+}
+
+TEST(CleanUpRules, WholeBookFlattensTheBodyOnly) {
+  common::NullProgress progress;
+  const std::string book = "<HTML>\r\n<BODY>\r\n<DIV>a\r\n b</DIV>\r\n</BODY></HTML>\r\n";
+  EXPECT_EQ(CleanUpLoadedBook(book, {}, common::CodePage::Win1251, progress),
+            "<HTML>\r\n<BODY><DIV>a b</DIV></BODY></HTML>\r\n");
+  EXPECT_EQ(FlattenLineBreaks("a\r\n b\nc\rd"), "a bcd");
+}
+
+TEST(CleanUpFile, SlotsNoneMissingAndRun) {
+  test::ScratchFolder folder;
+  common::RecordingSink sink;
+  common::Messages messages(sink);
+  common::RecordingProgress progress;
+  common::Session session(progress, messages);
+  EXPECT_EQ(ApplyCleanUpFile("text", "none", folder.path(), session), "text");
+  EXPECT_TRUE(sink.shown.empty());
+  EXPECT_EQ(ApplyCleanUpFile("text", "absent.bcf", folder.path(), session), "text");
+  ASSERT_EQ(sink.shown.size(), 1u);
+  EXPECT_EQ(sink.shown[0].rfind("file not found", 0), 0u);
+
+  CleanUpTable table;
+  table.rows = {Plain("t", "T")};
+  std::string error;
+  ASSERT_TRUE(SaveReplacementTable(folder / "mine.bcf", table, error));
+  EXPECT_EQ(ApplyCleanUpFile("text", "mine.bcf", folder.path(), session), "TexT");
+  EXPECT_NE(std::find(progress.statuses.begin(), progress.statuses.end(), "...BookCleaner: mine.bcf..."),
+            progress.statuses.end());
+}
+
+}  // namespace
+}  // namespace pw::corrector

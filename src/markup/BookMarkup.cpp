@@ -113,8 +113,10 @@ std::string MakeSeedDocument(bool withParagraph) {
 
 std::string HashColour(std::string_view colour) {
   colour = common::Trim(colour);
-  if (colour.empty() || colour[0] == '#') return std::string(colour);
-  return "#" + std::string(colour);
+  std::string out;
+  if (!colour.empty() && colour[0] != '#') out += '#';
+  out += colour;
+  return out;
 }
 
 std::string OneLineText(std::string_view html) {

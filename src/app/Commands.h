@@ -17,5 +17,6 @@ using CommandAction = std::function<int()>;
 void RegisterSelfCheckCommand(CLI::App& app, CommandAction& action);
 void RegisterBookCommand(CLI::App& app, CommandAction& action);
 void RegisterCorrectorCommands(CLI::App& app, CommandAction& action);
+void RegisterConvertCommand(CLI::App& app, CommandAction& action);
 
 }  // namespace pw::app

@@ -20,6 +20,7 @@ int main(int argc, char** argv) {
   app.require_subcommand(0, 1);
 
   pw::app::CommandAction action;
+  pw::app::RegisterConvertCommand(app, action);
   pw::app::RegisterSelfCheckCommand(app, action);
   pw::app::RegisterBookCommand(app, action);
   pw::app::RegisterCorrectorCommands(app, action);

@@ -43,6 +43,15 @@ constexpr std::array kMessages{
                "вставить строки из буфера\n- повторите операцию \"вставить строку после (перед)\""},
     MessageRow{Msg::CleanUpFileNotFound, "file not found", "файл не найден"},
     MessageRow{Msg::CannotImportFile, "cannot import file", "невозможно импортировать файл"},
+    MessageRow{Msg::EmptyFile, "Empty file: ", "Пустой файл: "},
+    MessageRow{Msg::NotSupportedFormat, "Not supported input file format: ",
+               "Формат входного файла не поддерживается: "},
+    MessageRow{Msg::CannotConvert, "cannot convert to Pagewright format",
+               "невозможно преобразовать в формат Pagewright"},
+    MessageRow{Msg::ErrorProcessingFile, "error processing file", "ошибка обработки файла"},
+    MessageRow{Msg::SettingsUnreadable, "error reading Pagewright.ini file\nThe default settings will be used",
+               "ошибка чтения файла Pagewright.ini\nБудут использованы настройки по умолчанию"},
+    MessageRow{Msg::LastFileNotFound, "Last loaded file not found: ", "Последний загруженный файл не найден: "},
 };
 static_assert(kMessages.size() == static_cast<size_t>(Msg::Count_),
               "every message needs its row");

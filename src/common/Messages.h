@@ -28,6 +28,12 @@ enum class Msg {
   CleanUpBadRowSelection,
   CleanUpFileNotFound,
   CannotImportFile,
+  EmptyFile,                // "Empty file: " + name
+  NotSupportedFormat,       // + name
+  CannotConvert,            // + ": " + name
+  ErrorProcessingFile,      // + ": " + name
+  SettingsUnreadable,
+  LastFileNotFound,         // + name
   Count_                    // keep last
 };
 

@@ -30,6 +30,8 @@ struct ElementColours {
 inline constexpr const char* kRecentFilesPlaceholder = "Empty";
 inline constexpr size_t kRecentFilesCount = 10;
 
+// Folder settings may start with "~", the user's home folder; an empty citation folder means
+// the workshop's "Citations" folder.
 struct Settings {
   // Editor appearance (the body tag of a written book).
   std::string editorTextColour = "000000";
@@ -38,13 +40,17 @@ struct Settings {
   std::string editorFontSize = "small";
   std::string editorFontWeight = "normal";
 
-  // Reader appearance and auto-scroll.
+  // Reader appearance, page geometry and auto-scroll.
   std::string readerTextColour = "000000";
   std::string readerBackground = "#F0F8FF";
   std::string readerFont = "Times New Roman";
   std::string readerFontSize = "small";
   std::string readerFontWeight = "bold";
-  std::string scrollType = "lines";  // "pixels", "lines" or "symbols"
+  std::string readerGeometry = "standard book";  // a page geometry name, or "user"
+  int readerUserWidth = 430;                     // pixels of the "user" geometry
+  int readerUserHeight = 650;
+  int readerZoom = 100;                          // percent
+  std::string scrollType = "lines";              // "pixels", "lines" or "symbols"
   float scrollSpeedPixels = 7.0f;
   float scrollSpeedLines = 1.0f;
   float scrollSpeedSymbols = 50.0f;
@@ -61,17 +67,40 @@ struct Settings {
   std::string bookCodePage = "Win1251";
   std::string outputCharset = "windows-1251";
 
-  // Folders.
-  std::string openFolder;
-  std::string saveFolder;
-  std::string libraryDialogFolder;
-  std::string libraryFolder;
+  // Start folders of the dialogs, the library, and the citation files.
+  std::string openFolder = "~";
+  std::string saveFolder = "~";
+  std::string libraryDialogFolder = "~";
+  std::string libraryFolder = "~/Pagewright Library";
+  std::string citationLoadFolder;
+  std::string citationSaveFolder;
 
-  // Exports.
-  std::string dashStyle = "middle";
+  // FictionBook export (the options of the FB2 dialog).
+  std::string fb2OutputFolder = "~";
+  bool fb2NameFromDescription = false;  // build the file name from author, title, sequence
+  bool fb2LatinFileName = false;
+  std::string fb2Encoding = "utf-8";  // "utf-8", "windows-1251" or "windows-1252"
+  std::string dashStyle = "middle";   // "short", "middle" or "long"
   std::string documentIdPrefix = "Pgw-";
-  bool signBooks = false;  // append the signature block when a book is saved
+  bool fb2BookForLibrary = false;
+  bool fb2MultiEmptyLines = false;
+  bool fb2RemoveEmptyLines = false;
+  bool fb2RemoveLineEnds = false;
+  bool fb2KeepPictureSizes = false;
+  bool fb2Zip = false;
+  bool fb2Validate = false;
+  bool fb2LoadToValidator = false;
+
+  // Saving.
+  bool signBooks = false;      // append the signature block when a book is saved
+  bool multiLanguage = false;  // books mixing scripts: saved and shown as "MultiLanguage"
+
+  // Outside programs: e-book programs a book may be handed to, and the tools of the source
+  // formats and of validation (empty: found on PATH, or the built-in one).
   std::vector<std::string> outsidePrograms;
+  std::string wordProcessorPath;
+  std::string pdfToHtmlPath;
+  std::string validatorPath;
 
   // Corrector: clean-up slots ("none" or a rule file), the rule table's font, valid ends.
   std::string cleanUpBefore = "none";
@@ -87,7 +116,7 @@ struct Settings {
   bool openLastBook = true;
   bool sectionMode = false;  // keep FbSection / FbSectionEnd marks in the working document
   bool showToolbar = true;
-  bool warnUnsaved = true;
+  bool warnUnsaved = true;   // ask before a book with unsaved changes is replaced
   Language interfaceLanguage = Language::English;
 
   bool operator==(const Settings&) const = default;
@@ -108,6 +137,10 @@ void VisitSettings(Settings_& s, Visitor&& visit) {
   visit("readerFont", s.readerFont);
   visit("readerFontSize", s.readerFontSize);
   visit("readerFontWeight", s.readerFontWeight);
+  visit("readerGeometry", s.readerGeometry);
+  visit("readerUserWidth", s.readerUserWidth);
+  visit("readerUserHeight", s.readerUserHeight);
+  visit("readerZoom", s.readerZoom);
   visit("scrollType", s.scrollType);
   visit("scrollSpeedPixels", s.scrollSpeedPixels);
   visit("scrollSpeedLines", s.scrollSpeedLines);
@@ -131,10 +164,28 @@ void VisitSettings(Settings_& s, Visitor&& visit) {
   visit("saveFolder", s.saveFolder);
   visit("libraryDialogFolder", s.libraryDialogFolder);
   visit("libraryFolder", s.libraryFolder);
+  visit("citationLoadFolder", s.citationLoadFolder);
+  visit("citationSaveFolder", s.citationSaveFolder);
+  visit("fb2OutputFolder", s.fb2OutputFolder);
+  visit("fb2NameFromDescription", s.fb2NameFromDescription);
+  visit("fb2LatinFileName", s.fb2LatinFileName);
+  visit("fb2Encoding", s.fb2Encoding);
   visit("dashStyle", s.dashStyle);
   visit("documentIdPrefix", s.documentIdPrefix);
+  visit("fb2BookForLibrary", s.fb2BookForLibrary);
+  visit("fb2MultiEmptyLines", s.fb2MultiEmptyLines);
+  visit("fb2RemoveEmptyLines", s.fb2RemoveEmptyLines);
+  visit("fb2RemoveLineEnds", s.fb2RemoveLineEnds);
+  visit("fb2KeepPictureSizes", s.fb2KeepPictureSizes);
+  visit("fb2Zip", s.fb2Zip);
+  visit("fb2Validate", s.fb2Validate);
+  visit("fb2LoadToValidator", s.fb2LoadToValidator);
   visit("signBooks", s.signBooks);
+  visit("multiLanguage", s.multiLanguage);
   visit("outsidePrograms", s.outsidePrograms);
+  visit("wordProcessorPath", s.wordProcessorPath);
+  visit("pdfToHtmlPath", s.pdfToHtmlPath);
+  visit("validatorPath", s.validatorPath);
   visit("cleanUpBefore", s.cleanUpBefore);
   visit("cleanUpAfter", s.cleanUpAfter);
   visit("cleanUpOutput", s.cleanUpOutput);

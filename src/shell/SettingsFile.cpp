@@ -11,8 +11,9 @@ namespace pw::shell {
 namespace {
 
 constexpr std::string_view kMagic = "PWSET";
-// Layout history: 1 — the first record.
-constexpr uint16_t kSettingsLayoutVersion = 1;
+// Layout history: 1 — the first record; 2 — reader geometry and zoom, citation folders, FB2
+// export options, multi-language saving, tool paths.
+constexpr uint16_t kSettingsLayoutVersion = 2;
 // Lists of the record are short (recent files, programs); a longer one means damage.
 constexpr int32_t kLongestList = 1000;
 
@@ -30,6 +31,7 @@ class Writer {
     std::memcpy(&bits, &f, sizeof bits);
     Put(out_, bits, 4);
   }
+  void operator()(const char*, const int& i) { Put(out_, static_cast<uint32_t>(static_cast<int32_t>(i)), 4); }
   void operator()(const char*, const common::Language& l) { Put(out_, static_cast<uint32_t>(l), 4); }
   void operator()(const char*, const std::vector<std::string>& list) {
     Put(out_, 0, 4);
@@ -62,6 +64,10 @@ class Reader {
   void operator()(const char*, float& f) {
     uint32_t bits = 0;
     if (Get(bits, 4)) std::memcpy(&f, &bits, sizeof f);
+  }
+  void operator()(const char*, int& i) {
+    uint32_t v = 0;
+    if (Get(v, 4)) i = static_cast<int32_t>(v);
   }
   void operator()(const char*, common::Language& l) {
     uint32_t v = 0;

@@ -15,6 +15,7 @@ common::Settings Changed() {
     if constexpr (std::is_same_v<T, std::string>) field = std::string(name) + " ё";
     else if constexpr (std::is_same_v<T, bool>) field = !field;
     else if constexpr (std::is_same_v<T, float>) field += 0.5f;
+    else if constexpr (std::is_same_v<T, int>) field = -field - 7;
     else if constexpr (std::is_same_v<T, common::Language>) field = common::Language::Russian;
     else field = {std::string(name), "", "второй"};
   });
@@ -51,7 +52,8 @@ TEST(SettingsFile, BadFilesGiveTheDefaults) {
       good.substr(0, good.size() / 2),
       good.substr(0, good.size() - 1),
       good + "x",
-      "PWSET\x02\x00" + good.substr(7),  // another layout
+      "PWSET\x01\x00" + good.substr(7),  // an older layout
+      "PWSET\x03\x00" + good.substr(7),  // a newer layout
       std::string("<HTML>foreign file</HTML>"),
   };
   for (size_t i = 0; i < bad.size(); ++i) {

@@ -215,6 +215,15 @@ std::string MakeNoteBlock(std::string_view noteParagraphs, std::string_view colo
                       "</FONT></SPAN>");
 }
 
+std::string BookHeadingText(std::string_view document, std::string_view open) {
+  const size_t at = document.find(open);
+  if (at == std::string_view::npos) return {};
+  const size_t start = document.find('>', at);
+  const size_t end = document.find("</H2>", at);
+  if (start == std::string_view::npos || end == std::string_view::npos || end < start) return {};
+  return OneLineText(document.substr(start + 1, end - start - 1));
+}
+
 std::string_view ContentsHeading(std::string_view bookCodePage) {
   if (bookCodePage == "Win1252" || bookCodePage == "Win1250") return "Table of Content";
   return "Содержание";

@@ -116,6 +116,10 @@ std::string MakeAnnotation(std::string_view paragraphs, std::string_view textAut
 std::string MakeCite(std::string_view paragraphs, std::string_view textAuthor, std::string_view colour);
 std::string MakeNoteBlock(std::string_view noteParagraphs, std::string_view colour);
 
+// The text of the book-author or book-title heading (`open` is kBookAuthorOpen or
+// kBookTitleOpen); empty when the book has none.
+std::string BookHeadingText(std::string_view document, std::string_view open);
+
 // The heading of the contents block for the book's code page setting.
 std::string_view ContentsHeading(std::string_view bookCodePage);
 

@@ -99,6 +99,12 @@ TEST(Elements, SampleBookHoldsEveryShape) {
   EXPECT_TRUE(test::MatchesGolden(MakeSampleBook(2, common::Settings{}), "markup/sample_book.html0"));
 }
 
+TEST(Elements, BookHeadingText) {
+  const std::string book = "<BODY>" + MakeBookAuthor("Лев <I>Толстой</I>", "#ff0000") + "</BODY>";
+  EXPECT_EQ(BookHeadingText(book, kBookAuthorOpen), "Лев Толстой");
+  EXPECT_EQ(BookHeadingText(book, kBookTitleOpen), "");
+}
+
 TEST(Contents, HeadingFollowsCodePage) {
   EXPECT_EQ(ContentsHeading("Win1252"), "Table of Content");
   EXPECT_EQ(ContentsHeading("Win1250"), "Table of Content");

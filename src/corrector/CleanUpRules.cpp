@@ -89,4 +89,15 @@ std::string CleanUpLoadedBook(std::string_view book, const std::vector<CleanUpRu
   return out;
 }
 
+FragmentResult CleanUpFragment(const SelectionFragment& selection, const std::vector<CleanUpRule>& rows,
+                               common::CodePage bookCodePage, common::Progress& progress,
+                               CleanUpReport* report) {
+  if (!selection.hasSelection) return {common::Msg::CleanUpNothingSelected, {}};
+  if (!selection.usable) return {common::Msg::CleanUpBadFragment, {}};
+  FragmentResult result;
+  result.html = ApplyCleanUpRules(FlattenLineBreaks(selection.html), rows, bookCodePage, progress, report);
+  progress.Status("...inserting new fragment...wait, please...");
+  return result;
+}
+
 }  // namespace pw::corrector

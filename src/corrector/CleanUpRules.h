@@ -2,11 +2,13 @@
 // or collapsing of repeated symbols) run in order over a book's text.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "common/CodePage.h"
+#include "common/Messages.h"
 #include "common/Progress.h"
 
 namespace pw::corrector {
@@ -51,5 +53,23 @@ std::string FlattenLineBreaks(std::string_view text);
 std::string CleanUpLoadedBook(std::string_view book, const std::vector<CleanUpRule>& rows,
                               common::CodePage bookCodePage, common::Progress& progress,
                               CleanUpReport* report = nullptr);
+
+// What the editor hands over when the user cleans a selection.
+struct SelectionFragment {
+  bool hasSelection = false;  // the selection type is not "None"
+  bool usable = false;        // the selection could be taken as an HTML fragment
+  std::string html;
+};
+
+struct FragmentResult {
+  std::optional<common::Msg> message;  // set when nothing was cleaned
+  std::string html;                    // the cleaned fragment, to put back in place
+};
+
+// The interactive clean-up of a selected fragment: flattened and run through the rows like
+// the whole book.
+FragmentResult CleanUpFragment(const SelectionFragment& selection, const std::vector<CleanUpRule>& rows,
+                               common::CodePage bookCodePage, common::Progress& progress,
+                               CleanUpReport* report = nullptr);
 
 }  // namespace pw::corrector

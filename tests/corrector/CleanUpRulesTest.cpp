@@ -78,6 +78,18 @@ TEST(CleanUpRules, WholeBookFlattensTheBodyOnly) {
   EXPECT_EQ(FlattenLineBreaks("a\r\n b\nc\rd"), "a bcd");
 }
 
+TEST(CleanUpRules, Fragments) {
+  common::NullProgress progress;
+  const std::vector<CleanUpRule> rows{Plain("a", "b")};
+  EXPECT_EQ(CleanUpFragment({false, false, ""}, rows, common::CodePage::Win1251, progress).message,
+            common::Msg::CleanUpNothingSelected);
+  EXPECT_EQ(CleanUpFragment({true, false, ""}, rows, common::CodePage::Win1251, progress).message,
+            common::Msg::CleanUpBadFragment);
+  const FragmentResult done = CleanUpFragment({true, true, "a\r\n a"}, rows, common::CodePage::Win1251, progress);
+  EXPECT_FALSE(done.message.has_value());
+  EXPECT_EQ(done.html, "b b");
+}
+
 TEST(CleanUpFile, SlotsNoneMissingAndRun) {
   test::ScratchFolder folder;
   common::RecordingSink sink;

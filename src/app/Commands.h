@@ -18,5 +18,6 @@ void RegisterSelfCheckCommand(CLI::App& app, CommandAction& action);
 void RegisterBookCommand(CLI::App& app, CommandAction& action);
 void RegisterCorrectorCommands(CLI::App& app, CommandAction& action);
 void RegisterConvertCommand(CLI::App& app, CommandAction& action);
+void RegisterValidateCommand(CLI::App& app, CommandAction& action);
 
 }  // namespace pw::app

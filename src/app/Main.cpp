@@ -24,6 +24,7 @@ int main(int argc, char** argv) {
   pw::app::RegisterSelfCheckCommand(app, action);
   pw::app::RegisterBookCommand(app, action);
   pw::app::RegisterCorrectorCommands(app, action);
+  pw::app::RegisterValidateCommand(app, action);
 
   try {
     app.parse(argc, argv);

@@ -7,6 +7,8 @@
 #include "app/Commands.h"
 #include "common/Files.h"
 #include "fb2/Fb2Checks.h"
+#include "fb2/Fb2Schema.h"
+#include "shell/WorkshopFolder.h"
 
 namespace pw::app {
 namespace {
@@ -20,7 +22,14 @@ int Validate(const std::vector<std::string>& files) {
       ++invalid;
       continue;
     }
-    const auto findings = fb2::CheckFb2Structure(xml);
+    // The schema finds what the content models forbid, the structure checks the rest; a file
+    // that is not well-formed is reported once, by the structure checks.
+    auto findings = fb2::CheckFb2Structure(xml);
+    const bool wellFormed = findings.empty() || findings.front().message.rfind("XML: ", 0) != 0;
+    if (wellFormed) {
+      auto schemaFindings = fb2::ValidateFb2Schema(xml, shell::ShippedDataFolder() / fb2::kFb2SchemaFile);
+      findings.insert(findings.begin(), schemaFindings.begin(), schemaFindings.end());
+    }
     for (const auto& finding : findings) std::cout << file << ":" << finding.line << ": " << finding.message << "\n";
     if (findings.empty()) std::cout << file << ": ok\n";
     else ++invalid;
@@ -34,7 +43,7 @@ void RegisterValidateCommand(CLI::App& app, CommandAction& action) {
   auto files = std::make_shared<std::vector<std::string>>();
   auto* validate = app.add_subcommand(
       "validate",
-      "Check FB2 files: well-formed XML, unique ids that are XML names, links and pictures that lead "
+      "Check FB2 files against the FictionBook 2 schema and beyond it: well-formed XML, unique ids that are XML names, links and pictures that lead "
       "somewhere, binaries in use, sections and paragraphs built as readers expect, ISO dates, a numeric "
       "version. Prints every finding with its line; exits 1 when a file has any.");
   validate->add_option("FILE", *files, "FB2 files to check")->required();

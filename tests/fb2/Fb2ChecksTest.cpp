@@ -1,4 +1,5 @@
 #include "fb2/Fb2Checks.h"
+#include "fb2/Fb2Schema.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +17,7 @@ std::string Book(std::string_view body, std::string_view binaries = "", std::str
   std::string xml =
       "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
       "<FictionBook xmlns=\"http://www.gribuser.ru/xml/fictionbook/2.0\" xmlns:l=\"http://www.w3.org/1999/xlink\">\n"
-      "<description><title-info><genre>prose</genre><author><last-name>A</last-name></author>"
+      "<description><title-info><genre>prose_classic</genre><author><first-name>B</first-name><last-name>A</last-name></author>"
       "<book-title>T</book-title><lang>ru</lang></title-info>\n"
       "<document-info><author><nickname>n</nickname></author><date value=\"";
   xml += date;
@@ -42,6 +43,45 @@ TEST(Fb2Checks, ValidBookHasNoFindings) {
       "</section></body><body name=\"notes\"><section id=\"n1\"><p>Note</p></section>",
       "<binary id=\"pic.jpg\" content-type=\"image/jpeg\">AAAA</binary>");
   EXPECT_TRUE(CheckFb2Structure(xml).empty()) << testing::PrintToString(Messages(CheckFb2Structure(xml)));
+}
+
+std::filesystem::path OurSchema() { return std::filesystem::path(PW_SOURCE_DATA_DIR) / kFb2SchemaFile; }
+
+TEST(Fb2Schema, ValidBookPassesOursAndThePublicSchema) {
+  const std::string xml = Book("<section><title><p>One</p></title><p>Text <emphasis>it</emphasis></p>"
+                               "<poem><stanza><v>line</v></stanza><text-author>A</text-author></poem></section>");
+  EXPECT_TRUE(ValidateFb2Schema(xml, OurSchema()).empty())
+      << testing::PrintToString(Messages(ValidateFb2Schema(xml, OurSchema())));
+  const auto publicSchema = test::CorpusPath("schema/FictionBook.xsd");
+  if (!publicSchema.empty() && std::filesystem::exists(publicSchema)) {
+    EXPECT_TRUE(ValidateFb2Schema(xml, publicSchema).empty())
+        << testing::PrintToString(Messages(ValidateFb2Schema(xml, publicSchema)));
+  }
+}
+
+TEST(Fb2Schema, ContentModelsAndGenresAreEnforced) {
+  const std::vector<std::string> invalid{
+      Book("<section><p>a</p><section><p>b</p></section></section>"),  // text then sub-sections
+      Book("<section><title><p>only a title</p></title></section>"),    // empty section
+      Book("<p>outside a section</p>"),
+      [] {
+        std::string xml = Book("<section><p>a</p></section>");
+        xml.replace(xml.find("<genre>prose_classic</genre>"), 28, "<genre>no_such_genre</genre>");
+        return xml;
+      }(),
+      [] {
+        std::string xml = Book("<section><p>a</p></section>");
+        xml.replace(xml.find("<book-title>T</book-title>"), 26, "");
+        return xml;
+      }(),
+  };
+  for (size_t i = 0; i < invalid.size(); ++i) {
+    const auto findings = ValidateFb2Schema(invalid[i], OurSchema());
+    EXPECT_FALSE(findings.empty()) << "case " << i;
+    for (const auto& f : findings) EXPECT_GT(f.line, 0) << f.message;
+  }
+  EXPECT_FALSE(ValidateFb2Schema("<FictionBook>", OurSchema()).empty());
+  EXPECT_FALSE(ValidateFb2Schema(Book("<section><p>a</p></section>"), "/nonexistent/schema.xsd").empty());
 }
 
 TEST(Fb2Checks, LinksIdsAndBinaries) {

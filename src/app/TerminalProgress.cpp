@@ -1,45 +1,68 @@
 #include "app/TerminalProgress.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace pw::app {
 
-TerminalProgress::~TerminalProgress() {
-  if (drawn_) std::fputs("\r\033[K", stderr);
+TerminalBatchView::TerminalBatchView(size_t books, bool drawBar) : books_(std::max<size_t>(books, 1)), drawBar_(drawBar) {}
+
+TerminalBatchView::~TerminalBatchView() {
+  std::lock_guard lock(mutex_);
+  ClearLocked();
 }
 
-void TerminalProgress::Status(std::string_view text) {
+void TerminalBatchView::Status(size_t, std::string_view text) {
   if (text.empty()) return;
+  std::lock_guard lock(mutex_);
   status_ = text;
-  Draw();
+  DrawLocked();
 }
 
-void TerminalProgress::Percent(int percent) {
-  if (percent == percent_) return;
-  percent_ = percent;
-  Draw();
+void TerminalBatchView::Percent(size_t, int percent) {
+  std::lock_guard lock(mutex_);
+  percent_ = std::clamp(percent, 0, 100);
+  DrawLocked();
 }
 
-void TerminalProgress::Draw() {
-  if (!enabled_) return;
-  constexpr int kWidth = 24;
-  const int filled = std::clamp(percent_, 0, 100) * kWidth / 100;
-  std::string bar(static_cast<size_t>(filled), '#');
+void TerminalBatchView::Finished(size_t, bool) {
+  std::lock_guard lock(mutex_);
+  ++done_;
+  percent_ = 0;
+  DrawLocked();
+}
+
+void TerminalBatchView::Print(std::FILE* stream, std::string_view line) {
+  std::lock_guard lock(mutex_);
+  ClearLocked();
+  std::fprintf(stream, "%.*s\n", static_cast<int>(line.size()), line.data());
+  std::fflush(stream);
+  DrawLocked();
+}
+
+void TerminalBatchView::Show(std::string_view text) { Print(stderr, "pagewright: " + std::string(text)); }
+
+bool TerminalBatchView::Ask(std::string_view text, bool defaultAnswer) {
+  Show(text);
+  return defaultAnswer;
+}
+
+void TerminalBatchView::DrawLocked() {
+  if (!drawBar_) return;
+  constexpr size_t kWidth = 24;
+  // The whole batch: finished books count fully, the current one by its own percentage.
+  const size_t total = std::min<size_t>(100, (done_ * 100 + static_cast<size_t>(percent_)) / books_);
+  std::string bar(total * kWidth / 100, '#');
   bar.resize(kWidth, '.');
-  std::fprintf(stderr, "\r\033[K[%s] %3d%% %.60s", bar.c_str(), percent_, status_.c_str());
+  std::fprintf(stderr, "\r\033[K[%s] %3zu%% %zu/%zu %.50s", bar.c_str(), total, done_, books_, status_.c_str());
   std::fflush(stderr);
   drawn_ = true;
 }
 
-void StderrSink::Show(std::string_view text) {
-  std::lock_guard lock(mutex_);
-  std::fprintf(stderr, "pagewright: %.*s\n", static_cast<int>(text.size()), text.data());
-}
-
-bool StderrSink::Ask(std::string_view text, bool defaultAnswer) {
-  Show(text);
-  return defaultAnswer;
+void TerminalBatchView::ClearLocked() {
+  if (!drawn_) return;
+  std::fputs("\r\033[K", stderr);
+  std::fflush(stderr);
+  drawn_ = false;
 }
 
 }  // namespace pw::app

@@ -1,39 +1,45 @@
-// Progress and messages on the terminal: a one-line bar with the status text and percentage
-// on stderr, and messages printed to stderr.
+// The command line's view of a batch: a one-line bar on stderr with the percentage, the book
+// count and the current status text (only when stderr is a terminal and quiet was not asked),
+// and messages printed to stderr without tearing the bar.
 #pragma once
 
+#include <cstdio>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include "common/Messages.h"
-#include "common/Progress.h"
+#include "shell/BatchConvert.h"
 
 namespace pw::app {
 
-class TerminalProgress final : public common::Progress {
+class TerminalBatchView final : public shell::BatchObserver, private common::MessageSink {
  public:
-  // Draws only when `enabled` (stderr is a terminal and the user did not ask for quiet).
-  explicit TerminalProgress(bool enabled) : enabled_(enabled) {}
-  ~TerminalProgress() override;
-  void Status(std::string_view text) override;
-  void Percent(int percent) override;
+  // `books` is the number of books of the batch; the bar is drawn only when `drawBar`.
+  TerminalBatchView(size_t books, bool drawBar);
+  ~TerminalBatchView() override;
+
+  void Status(size_t book, std::string_view text) override;
+  void Percent(size_t book, int percent) override;
+  void Finished(size_t book, bool ok) override;
+  common::MessageSink& Sink() override { return *this; }
+
+  // Prints a line on `stream`, clearing the bar first.
+  void Print(std::FILE* stream, std::string_view line);
 
  private:
-  void Draw();
-  bool enabled_;
-  std::string status_;
-  int percent_ = 0;
-  bool drawn_ = false;
-};
-
-// Prints messages to stderr; questions take their default answer.
-class StderrSink final : public common::MessageSink {
- public:
   void Show(std::string_view text) override;
   bool Ask(std::string_view text, bool defaultAnswer) override;
+  void DrawLocked();
+  void ClearLocked();
 
- private:
   std::mutex mutex_;
+  size_t books_;
+  bool drawBar_;
+  size_t done_ = 0;
+  int percent_ = 0;
+  std::string status_;
+  bool drawn_ = false;
 };
 
 }  // namespace pw::app

@@ -52,6 +52,16 @@ constexpr std::array kMessages{
     MessageRow{Msg::SettingsUnreadable, "error reading Pagewright.ini file\nThe default settings will be used",
                "ошибка чтения файла Pagewright.ini\nБудут использованы настройки по умолчанию"},
     MessageRow{Msg::LastFileNotFound, "Last loaded file not found: ", "Последний загруженный файл не найден: "},
+    MessageRow{Msg::CannotSaveFile, "Cannot save file: internal error of outer HTML reading",
+               "Невозможно сохранить файл: внутренняя ошибка чтения HTML"},
+    MessageRow{Msg::UnsavedChanges, "Current file was not saved\nDo you want to save the changes?",
+               "Текущий файл не был сохранён\nСохранить изменения?"},
+    MessageRow{Msg::UnsavedWarningDisabled, "\"file not saved\" warning was disabled",
+               "предупреждение \"файл не сохранён\" отключено"},
+    MessageRow{Msg::TargetNotAvailable, "this build cannot write books of the form ",
+               "эта сборка не умеет записывать книги в формате "},
+    MessageRow{Msg::OutputOverwritesInput, "the output would overwrite the input: ",
+               "выходной файл совпадает с входным: "},
 };
 static_assert(kMessages.size() == static_cast<size_t>(Msg::Count_),
               "every message needs its row");

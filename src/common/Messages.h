@@ -34,6 +34,11 @@ enum class Msg {
   ErrorProcessingFile,      // + ": " + name
   SettingsUnreadable,
   LastFileNotFound,         // + name
+  CannotSaveFile,
+  UnsavedChanges,           // a yes/no question
+  UnsavedWarningDisabled,
+  TargetNotAvailable,       // + target name
+  OutputOverwritesInput,    // + name
   Count_                    // keep last
 };
 

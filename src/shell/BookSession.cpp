@@ -8,140 +8,58 @@
 #include "common/Text.h"
 #include "markup/BookMarkup.h"
 #include "markup/Normalise.h"
+#include "shell/CitationFile.h"
+#include "shell/SaveBook.h"
 
 namespace pw::shell {
 namespace {
 
-constexpr uintmax_t kShortestBook = 10;
-
-struct StatusRow {
-  std::string_view extension;
-  std::string_view status;
-};
-
-// What the status line says while each kind of source is converted.
-constexpr StatusRow kStatuses[] = {
-    {"html0", "...loading Pagewright file..."},   {"cit", "...loading citation file..."},
-    {"pdf", "...converting pdf to html..."},        {"tcr", "...converting tcr to html..."},
-    {"pdb", "...converting Palm file to html..."},  {"prc", "...converting Palm file to html..."},
-    {"kml", "...converting hiebook file to html..."}, {"xml", "...converting xml to html..."},
-    {"fb2", "...converting fb2 to html..."},        {"rtf", "...converting rtf to html..."},
-    {"rb", "...converting rb to html..."},          {"lit", "...converting lit to html..."},
-    {"htm", "...preparing html..."},                {"html", "...preparing html..."},
-    {"shtml", "...preparing html..."},              {"txt", "...converting txt to html..."},
-    {"doc", "...converting doc to html..."},
-};
+namespace fs = std::filesystem;
 
 bool Contains(std::span<const std::string_view> list, std::string_view value) {
   return std::find(list.begin(), list.end(), value) != list.end();
 }
 
+bool IsWebAddress(std::string_view name) {
+  return common::StartsWith(name, "http") || common::StartsWith(name, "ftp");
+}
+
+// Clears the status line and shows the editor again however the chain ends.
+class ChainScope {
+ public:
+  ChainScope(EditorSurface& editor, common::Progress& progress) : editor_(editor), progress_(progress) {
+    progress_.Status(kPreparingStatus);
+    progress_.Percent(0);
+    editor_.SetVisible(false);
+  }
+  ~ChainScope() {
+    editor_.SetVisible(true);
+    progress_.Status("");
+  }
+  ChainScope(const ChainScope&) = delete;
+  ChainScope& operator=(const ChainScope&) = delete;
+
+ private:
+  EditorSurface& editor_;
+  common::Progress& progress_;
+};
+
 }  // namespace
 
-InputCheck CheckInputFile(const fs::path& path, common::Messages& messages, bool quiet) {
-  const std::string name = path.string();
-  if (common::StartsWith(name, "http") || common::StartsWith(name, "ftp")) return InputCheck::WebAddress;
-  auto refuse = [&](common::Msg msg, InputCheck result) {
-    if (!quiet) messages.Show(msg, name);
+InputCheck CheckInputFile(const std::string& path, common::Messages& messages, bool quiet) {
+  if (IsWebAddress(path)) return InputCheck::WebAddress;
+  const auto refuse = [&](common::Msg msg, InputCheck result) {
+    if (!quiet) messages.Show(msg, path);
     return result;
   };
   std::error_code ec;
   if (!fs::is_regular_file(path, ec)) return refuse(common::Msg::FileNotFound, InputCheck::Missing);
-  if (fs::file_size(path, ec) < kShortestBook || ec) return refuse(common::Msg::EmptyFile, InputCheck::Empty);
+  const uintmax_t size = fs::file_size(path, ec);
+  if (ec || size < kShortestBook) return refuse(common::Msg::EmptyFile, InputCheck::Empty);
   const std::string extension = common::LowerExtension(path);
   if (Contains(kArchiveExtensions, extension)) return InputCheck::Archive;
-  if (!Contains(kSupportedExtensions, extension))
-    return refuse(common::Msg::NotSupportedFormat, InputCheck::Unsupported);
+  if (!Contains(kSupportedExtensions, extension)) return refuse(common::Msg::NotSupportedFormat, InputCheck::Unsupported);
   return InputCheck::Ok;
-}
-
-const Converter* ConverterRegistry::Find(std::string_view extension) const {
-  for (const Converter& converter : converters_) {
-    if (std::find(converter.extensions.begin(), converter.extensions.end(), extension) != converter.extensions.end())
-      return &converter;
-  }
-  return nullptr;
-}
-
-std::string_view ConversionStatus(std::string_view extension) {
-  for (const StatusRow& row : kStatuses) {
-    if (row.extension == extension) return row.status;
-  }
-  return {};
-}
-
-BookSession::BookSession(WorkshopFolder workshop, int serial, common::Session& session)
-    : workshop_(std::move(workshop)), serial_(serial), session_(session) {}
-
-fs::path BookSession::NewBookFolder() {
-  // A fresh folder per book, so a reopened book never meets the files of the previous one.
-  // Creating the folder is the test, so two jobs of one instance never get the same one.
-  const fs::path instance = workshop_.instanceFolder(serial_);
-  if (!common::MakeFolderIfMissing(instance)) return {};
-  for (int attempt = 0; attempt < 100000; ++attempt) {
-    fs::path folder = instance / ("book" + std::to_string(++bookCounter_));
-    std::error_code ec;
-    if (fs::create_directory(folder, ec)) return folder;
-    if (ec) return {};
-  }
-  return {};
-}
-
-bool BookSession::PrepareBook(const fs::path& path) {
-  common::Progress& progress = session_.progress;
-  progress.Status("...preparing book...");
-  progress.Percent(0);
-  const auto fail = [&](common::Msg msg, const std::string& name) {
-    session_.messages.Show(msg, ": " + name);
-    progress.Status("");
-    return false;
-  };
-  try {
-    const std::string extension = common::LowerExtension(path);
-    const std::string fileName = path.filename().string();
-    const fs::path bookFolder = NewBookFolder();
-    if (bookFolder.empty() || !common::MakeFolderIfMissing(workshop_.inputCopy()))
-      return fail(common::Msg::ErrorProcessingFile, fileName);
-    // The copy carries its book folder's name in front, so that conversions running side by
-    // side never share a copy even when their sources have the same name.
-    const fs::path inputCopy = workshop_.inputCopy() /
-                               ("tmp" + std::to_string(serial_) + "_" + bookFolder.filename().string() + "_" + fileName);
-    std::string bytes;
-    if (!common::ReadWholeFile(path, bytes) || !common::WriteFileAtomic(inputCopy, bytes))
-      return fail(common::Msg::ErrorProcessingFile, fileName);
-    const fs::path workingDocument = bookFolder / (path.stem().string() + ".html0");
-
-    const Converter* converter = Converters().Find(extension);
-    if (!converter) return fail(common::Msg::CannotConvert, fileName);
-    progress.Status(converter->status);
-    const bool converted = converter->convert(inputCopy, workingDocument, bookFolder, session_);
-    std::error_code ignored;
-    fs::remove(inputCopy, ignored);
-    if (!converted || !common::FileExists(workingDocument)) return fail(common::Msg::CannotConvert, fileName);
-
-    std::string document;
-    if (!common::ReadWholeFile(workingDocument, document)) return fail(common::Msg::ErrorProcessingFile, fileName);
-    markup::NormaliseBookHeader(document, session_.settings.sectionMode);
-    if (!common::WriteFileAtomic(workingDocument, document)) return fail(common::Msg::ErrorProcessingFile, fileName);
-
-    workingDocument_ = workingDocument;
-    bookFolder_ = bookFolder;
-    AddRecentFile(session_.settings.recentFiles, fs::absolute(path).string());
-    progress.Percent(100);
-    return true;
-  } catch (const std::exception&) {
-    return fail(common::Msg::ErrorProcessingFile, path.filename().string());
-  }
-}
-
-bool BookSession::MakeEmptyBook() {
-  const fs::path bookFolder = NewBookFolder();
-  if (bookFolder.empty()) return false;
-  const fs::path workingDocument = bookFolder / "NewBook.html0";
-  if (!common::WriteFileAtomic(workingDocument, markup::MakeBlankBook())) return false;
-  workingDocument_ = workingDocument;
-  bookFolder_ = bookFolder;
-  return true;
 }
 
 void AddRecentFile(std::vector<std::string>& recent, const std::string& path) {
@@ -149,6 +67,214 @@ void AddRecentFile(std::vector<std::string>& recent, const std::string& path) {
   std::erase(recent, path);
   recent.insert(recent.begin(), path);
   recent.resize(length, common::kRecentFilesPlaceholder);
+}
+
+BookSession::BookSession(WorkshopFolder workshop, int serial, common::Settings& settings, EditorSurface& editor,
+                         common::Messages& messages, common::Progress& progress, const ConverterRegistry& registry)
+    : workshop_(std::move(workshop)),
+      serial_(serial),
+      settings_(settings),
+      editor_(editor),
+      messages_(messages),
+      progress_(progress),
+      registry_(registry),
+      dateSource_(TodayText) {}
+
+BookSession::Fresh BookSession::NewBookFolders() {
+  // A fresh folder per book, so that a reopened book never meets the files of the previous
+  // one. Making the folder is the test of freshness, so jobs running side by side in one
+  // instance, or folders left by an earlier run, never give the same folder twice.
+  const fs::path instance = workshop_.instanceFolder(serial_);
+  if (!common::MakeFolderIfMissing(instance)) return {};
+  for (int attempt = 0; attempt < 100000; ++attempt) {
+    const std::string name = "book" + std::to_string(++bookCounter_);
+    std::error_code ec;
+    if (fs::create_directory(instance / name, ec)) {
+      madeFolders_.push_back(instance / name);
+      // The input copy gets a folder of the same name, so it keeps the user's file name
+      // while copies of equally named files never meet.
+      const fs::path input = workshop_.inputCopy() / ("tmp" + std::to_string(serial_)) / name;
+      if (!common::MakeFolderIfMissing(input)) return {};
+      madeFolders_.push_back(input);
+      return {instance / name, input};
+    }
+    if (ec) return {};
+  }
+  return {};
+}
+
+void BookSession::Discard(const Fresh& fresh) {
+  std::error_code ignored;
+  if (!fresh.bookFolder.empty()) fs::remove_all(fresh.bookFolder, ignored);
+  if (!fresh.inputFolder.empty()) fs::remove_all(fresh.inputFolder, ignored);
+}
+
+bool BookSession::Convert(const std::string& path, const Fresh& fresh, fs::path& workingDocument,
+                          std::optional<markup::StoredBookHeader>& header) {
+  const std::string fileName = fs::path(path).filename().string();
+  const fs::path inputCopy = fresh.inputFolder / fileName;
+  std::error_code ec;
+  if (!fs::copy_file(path, inputCopy, fs::copy_options::overwrite_existing, ec)) return false;
+  progress_.Percent(10);
+
+  common::Session job(progress_, messages_);
+  job.workFolder = fresh.bookFolder;
+  job.settings = settings_;
+  common::ParseCodePage(settings_.bookCodePage, job.codePage);
+
+  fs::path source = inputCopy;
+  std::string extension = common::LowerExtension(source);
+  if (Contains(kArchiveExtensions, extension)) {
+    const ArchiveUnpacker& unpack = registry_.archiveUnpacker();
+    fs::path inner;
+    if (!unpack || !unpack(inputCopy, fresh.inputFolder / "unpacked", inner, job)) return false;
+    if (CheckInputFile(inner.string(), messages_, quiet_) != InputCheck::Ok) return false;
+    source = inner;
+    extension = common::LowerExtension(source);
+  }
+
+  workingDocument = fresh.bookFolder / (source.stem().string() + ".html0");
+  progress_.Status(ConversionStatus(extension));
+  progress_.Percent(20);
+  const BookConverter* converter = registry_.Find(extension);
+  if (!converter) return false;
+  ConvertJob request{source, workingDocument, fresh.bookFolder, source.filename().string(), job, std::nullopt};
+  const bool converted = converter->convert(request);
+  header = std::move(request.header);
+  return converted && common::FileExists(workingDocument);
+}
+
+bool BookSession::PrepareBook(const std::string& path) {
+  const InputCheck check = CheckInputFile(path, messages_, quiet_);
+  if (check == InputCheck::Missing || check == InputCheck::Empty || check == InputCheck::Unsupported) return false;
+  ResolveUnsavedChanges();
+
+  ChainScope scope(editor_, progress_);
+  const std::string shownName = fs::path(path).filename().string();
+  Fresh fresh;
+  try {
+    if (check == InputCheck::WebAddress) {
+      // Web addresses are not fetched: nothing can be converted from them.
+      messages_.Show(common::Msg::CannotConvert, ": " + path);
+      return false;
+    }
+    fresh = NewBookFolders();
+    if (fresh.bookFolder.empty() || fresh.inputFolder.empty()) {
+      messages_.Show(common::Msg::ErrorProcessingFile, ": " + shownName);
+      Discard(fresh);
+      return false;
+    }
+    fs::path workingDocument;
+    std::optional<markup::StoredBookHeader> header;
+    const bool converted = Convert(path, fresh, workingDocument, header);
+    std::error_code ignored;
+    fs::remove_all(fresh.inputFolder, ignored);
+    if (!converted) {
+      messages_.Show(common::Msg::CannotConvert, ": " + shownName);
+      Discard(fresh);
+      return false;
+    }
+    progress_.Percent(80);
+
+    std::string document;
+    bool ok = common::ReadWholeFile(workingDocument, document);
+    if (ok) {
+      markup::NormaliseBookHeader(document, settings_.sectionMode);
+      ok = common::WriteFileAtomic(workingDocument, document);
+    }
+    progress_.Percent(90);
+    if (!ok || !editor_.Load(workingDocument)) {
+      messages_.Show(common::Msg::ErrorProcessingFile, ": " + shownName);
+      Discard(fresh);
+      return false;
+    }
+
+    workingDocument_ = workingDocument;
+    bookFolder_ = fresh.bookFolder;
+    bookPath_ = path;
+    header_ = std::move(header);
+    caption_ = workingDocument.stem().string();
+    if (common::LowerExtension(path) == "cit") caption_ += kCitationsTitleMark;
+    editor_.SetCaption(caption_);
+    changed_ = false;
+    if (rememberBooks_) {
+      std::error_code ec;
+      const fs::path absolute = fs::absolute(path, ec);
+      AddRecentFile(settings_.recentFiles, ec ? path : absolute.string());
+    }
+    progress_.Percent(100);
+    return true;
+  } catch (const std::exception&) {
+    messages_.Show(common::Msg::ErrorProcessingFile, ": " + shownName);
+    Discard(fresh);
+    return false;
+  }
+}
+
+bool BookSession::MnEmptyBook() {
+  ResolveUnsavedChanges();
+  const Fresh fresh = NewBookFolders();
+  const fs::path workingDocument = fresh.bookFolder / "NewBook.html0";
+  if (fresh.bookFolder.empty() || !common::WriteFileAtomic(workingDocument, markup::MakeBlankBook()) ||
+      !editor_.Load(workingDocument)) {
+    messages_.Show(common::Msg::ErrorProcessingFile, ": NewBook.html0");
+    Discard(fresh);
+    return false;
+  }
+  std::error_code ignored;
+  fs::remove_all(fresh.inputFolder, ignored);
+  workingDocument_ = workingDocument;
+  bookFolder_ = fresh.bookFolder;
+  bookPath_.clear();
+  header_.reset();
+  caption_ = "NewBook";
+  editor_.SetCaption(caption_);
+  changed_ = false;
+  return true;
+}
+
+bool BookSession::MnReloadBook() {
+  if (settings_.recentFiles.empty()) return false;
+  const std::string first = settings_.recentFiles.front();
+  if (first.empty() || first == common::kRecentFilesPlaceholder || !common::FileExists(first)) return false;
+  return PrepareBook(first);
+}
+
+bool BookSession::MnSave() {
+  editor_.SetCaption(SaveCaption(settings_));
+  progress_.Status(kSavingStatus);
+  std::string html;
+  bool saved = false;
+  if (workingDocument_.empty() || !editor_.Document(html)) {
+    messages_.Show(common::Msg::CannotSaveFile);
+  } else if (!common::WriteFileAtomic(workingDocument_, MakeSavedDocument(html, settings_, dateSource_()))) {
+    messages_.Show(common::Msg::ErrorWritingFile, workingDocument_.string());
+  } else {
+    saved = true;
+    changed_ = false;
+  }
+  editor_.SetCaption(caption_);
+  progress_.Status("");
+  return saved;
+}
+
+void BookSession::ResolveUnsavedChanges() {
+  if (!changed_ || workingDocument_.empty()) return;
+  if (!settings_.warnUnsaved || messages_.Ask(common::Msg::UnsavedChanges, {}, true)) MnSave();
+}
+
+void BookSession::DisableUnsavedWarning() {
+  if (!settings_.warnUnsaved) return;
+  settings_.warnUnsaved = false;
+  messages_.Show(common::Msg::UnsavedWarningDisabled);
+}
+
+void BookSession::RemoveScratch() {
+  std::error_code ignored;
+  for (const fs::path& folder : madeFolders_) fs::remove_all(folder, ignored);
+  madeFolders_.clear();
+  workingDocument_.clear();
+  bookFolder_.clear();
 }
 
 }  // namespace pw::shell

@@ -1,90 +1,119 @@
 // The book session: the road of one book from the file a user names to the working html0
-// document in its own book folder, and back to disk. The user's file is never opened for
-// writing; every failure leaves the previous working document as it was.
+// document in its own book folder and into the editor, and back to disk when it is saved.
+// The user's file is never opened for writing; every failure leaves the previous working
+// document and the editor as they were.
 #pragma once
 
-#include <atomic>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "common/Session.h"
+#include "common/Messages.h"
+#include "common/Progress.h"
+#include "common/Settings.h"
+#include "markup/StoredBook.h"
+#include "shell/Converters.h"
+#include "shell/EditorSurface.h"
 #include "shell/WorkshopFolder.h"
 
 namespace pw::shell {
 
-namespace fs = std::filesystem;
-
-// The supported book extensions, in order, and the archives.
-inline constexpr std::string_view kSupportedExtensions[] = {
-    "txt", "htm", "html", "shtml", "doc", "rtf", "pdf", "lit", "prc", "pdb",
-    "rb",  "kml", "fb2",  "xml",   "tcr", "html0", "cit"};
-inline constexpr std::string_view kArchiveExtensions[] = {"zip", "rar"};
+inline constexpr std::string_view kPreparingStatus = "...preparing book...";
+inline constexpr uintmax_t kShortestBook = 10;
 
 enum class InputCheck { Ok, WebAddress, Missing, Empty, Unsupported, Archive };
 
-// The checks made before a file is opened, in order: a web address passes unchecked; a
-// missing file, one shorter than 10 bytes and one of an unsupported extension are refused
-// with their messages (unless `quiet`); an archive is reported as such.
-InputCheck CheckInputFile(const fs::path& path, common::Messages& messages, bool quiet = false);
+// The checks made before a file is opened, in order: a name starting "http" or "ftp" is a web
+// address and passes unchecked; a missing file, one shorter than 10 bytes and one whose
+// extension (in any case) is neither supported nor an archive are refused with "File not
+// found: ", "Empty file: " or "Not supported input file format: " and the name, unless `quiet`.
+InputCheck CheckInputFile(const std::string& path, common::Messages& messages, bool quiet = false);
 
-// One source format: its extensions (lower case), the status text of its conversion, and the
-// converter that writes the working document from the input copy.
-struct Converter {
-  std::vector<std::string> extensions;
-  std::string status;
-  // (input copy, working document, book folder, session) -> success
-  std::function<bool(const fs::path&, const fs::path&, const fs::path&, common::Session&)> convert;
-};
+// Puts `path` first in the recent-files list: no duplicates, the list keeps its length.
+void AddRecentFile(std::vector<std::string>& recent, const std::string& path);
 
-// The converters in order; the first that takes an extension wins. Formats register in
-// RegisterConverters (one line each).
-class ConverterRegistry {
- public:
-  void Add(Converter converter) { converters_.push_back(std::move(converter)); }
-  const Converter* Find(std::string_view extension) const;
-
- private:
-  std::vector<Converter> converters_;
-};
-
-// The registry of every format this build converts.
-const ConverterRegistry& Converters();
-
-// The status text shown while a source of `extension` is converted ("" when unknown).
-std::string_view ConversionStatus(std::string_view extension);
-
-// A session of one workshop instance: its scratch folder, the books opened in it, the current
-// working document.
 class BookSession {
  public:
-  BookSession(WorkshopFolder workshop, int serial, common::Session& session);
+  // `serial` names the instance scratch folder in which the book folders are made. The
+  // settings are the ones the session reads and whose recent-files list it keeps.
+  BookSession(WorkshopFolder workshop, int serial, common::Settings& settings, EditorSurface& editor,
+              common::Messages& messages, common::Progress& progress,
+              const ConverterRegistry& registry = BuiltInConverters());
+  BookSession(const BookSession&) = delete;
+  BookSession& operator=(const BookSession&) = delete;
 
-  // The whole opening chain. True when `path` became the working document; otherwise the
-  // message is shown and the previous working document stays.
-  bool PrepareBook(const fs::path& path);
+  // Input checks report nothing in quiet mode.
+  void SetQuiet(bool quiet) { quiet_ = quiet; }
+  // Whether opened books enter the recent-files list (a batch conversion keeps it unchanged).
+  void SetRememberBooks(bool remember) { rememberBooks_ = remember; }
+  // Where the signature's date comes from; today's date unless replaced.
+  void SetDateSource(std::function<std::string()> source) { dateSource_ = std::move(source); }
 
-  // Writes the blank book as a fresh working document.
-  bool MakeEmptyBook();
+  // The opening chain: input check, input copy, a fresh book folder, the converter of the
+  // extension, load normalisation, the editor, the recent-files list. True when `path`
+  // became the open book; otherwise its message was shown and nothing else changed.
+  bool PrepareBook(const std::string& path);
 
-  const fs::path& workingDocument() const { return workingDocument_; }
-  const fs::path& bookFolder() const { return bookFolder_; }
-  common::Session& session() { return session_; }
+  // Opens the blank book as a fresh working document.
+  bool MnEmptyBook();
+  // Opens the first recent file again when it exists on disk; false (and nothing happens)
+  // otherwise.
+  bool MnReloadBook();
+  // Writes the editor's document over the working document in its saved form.
+  bool MnSave();
+
+  // The editor reports an edit.
+  void MarkChanged() { changed_ = true; }
+  bool changed() const { return changed_; }
+  // Switches the unsaved-changes question off (changes are then saved without asking) and
+  // says so once.
+  void DisableUnsavedWarning();
+
+  // Removes every book folder and input copy this session made, the open book's included.
+  void RemoveScratch();
+
+  const std::filesystem::path& workingDocument() const { return workingDocument_; }
+  const std::filesystem::path& bookFolder() const { return bookFolder_; }
+  // The file the open book came from; empty for a blank book.
+  const std::string& bookPath() const { return bookPath_; }
+  // The library header of the open book when it came from a stored book.
+  const std::optional<markup::StoredBookHeader>& header() const { return header_; }
+  const std::string& caption() const { return caption_; }
 
  private:
-  fs::path NewBookFolder();
+  struct Fresh {
+    std::filesystem::path bookFolder;
+    std::filesystem::path inputFolder;
+  };
+  Fresh NewBookFolders();
+  bool Convert(const std::string& path, const Fresh& fresh, std::filesystem::path& workingDocument,
+               std::optional<markup::StoredBookHeader>& header);
+  // Before a command replaces the book: saves or drops unsaved changes as the user says.
+  void ResolveUnsavedChanges();
+  void Discard(const Fresh& fresh);
 
   WorkshopFolder workshop_;
   int serial_;
-  common::Session& session_;
-  std::atomic<int> bookCounter_{0};
-  fs::path workingDocument_;
-  fs::path bookFolder_;
-};
+  common::Settings& settings_;
+  EditorSurface& editor_;
+  common::Messages& messages_;
+  common::Progress& progress_;
+  const ConverterRegistry& registry_;
+  bool quiet_ = false;
+  bool rememberBooks_ = true;
+  std::function<std::string()> dateSource_;
 
-// Puts `path` first in the recent-files list (no duplicates, the list keeps its length).
-void AddRecentFile(std::vector<std::string>& recent, const std::string& path);
+  int bookCounter_ = 0;
+  std::vector<std::filesystem::path> madeFolders_;
+  std::filesystem::path workingDocument_;
+  std::filesystem::path bookFolder_;
+  std::string bookPath_;
+  std::optional<markup::StoredBookHeader> header_;
+  std::string caption_;
+  bool changed_ = false;
+};
 
 }  // namespace pw::shell

@@ -1,36 +1,78 @@
-#include "shell/BookSession.h"
+#include "shell/Converters.h"
 
-#include "common/Files.h"
-#include "markup/DescriptionPlace.h"
-#include "markup/StoredBook.h"
+#include <algorithm>
+
+#include "shell/CitationFile.h"
+#include "shell/StoredBookInput.h"
 
 namespace pw::shell {
 namespace {
 
-// A stored book opens as the working document: its pictures are written beside it and its
-// description is cut out into the description files of the book folder.
-bool LoadStoredBook(const fs::path& input, const fs::path& workingDocument, const fs::path& bookFolder,
-                    common::Session& session) {
-  markup::StoredBook book;
-  std::string error;
-  if (!markup::LoadStoredBookFile(input, bookFolder, book, error)) {
-    session.messages.Show(common::Msg::StoredBookDamaged, input.filename().string() + ": " + error);
-    return false;
-  }
-  if (!markup::SplitOutDescription(book.document, bookFolder)) return false;
-  return common::WriteFileAtomic(workingDocument, book.document);
-}
+struct StatusRow {
+  std::string_view extension;
+  std::string_view status;
+};
 
-ConverterRegistry MakeRegistry() {
+constexpr StatusRow kStatuses[] = {
+    {"html0", "...loading Pagewright file..."},
+    {"cit", "...loading citation file..."},
+    {"pdf", "...converting pdf to html..."},
+    {"tcr", "...converting tcr to html..."},
+    {"pdb", "...converting Palm file to html..."},
+    {"prc", "...converting Palm file to html..."},
+    {"kml", "...converting hiebook file to html..."},
+    {"xml", "...converting xml to html..."},
+    {"fb2", "...converting fb2 to html..."},
+    {"rtf", "...converting rtf to html..."},
+    {"rb", "...converting rb to html..."},
+    {"lit", "...converting lit to html..."},
+    {"htm", "...preparing html..."},
+    {"html", "...preparing html..."},
+    {"shtml", "...preparing html..."},
+    {"txt", "...converting txt to html..."},
+    {"doc", "...converting doc to html..."},
+};
+
+// The one place where formats are registered, in the order they are tried.
+ConverterRegistry MakeBuiltInConverters() {
   ConverterRegistry registry;
-  registry.Add({{"html0"}, std::string(ConversionStatus("html0")), LoadStoredBook});
+  registry.Add({"stored book", {"html0"}, ConvertStoredBook});
+  registry.Add({"citation file", {"cit"}, ConvertCitationFile});
   return registry;
 }
 
 }  // namespace
 
-const ConverterRegistry& Converters() {
-  static const ConverterRegistry registry = MakeRegistry();
+const std::string_view kOpenDialogFilter =
+    "all (*.txt;*.htm;*.html;*.shtml;*.doc;*.rtf;*.pdf;*.lit;*.prc;*.pdb;*.rb;*.kml;*.fb2;*.xml;*.tcr;"
+    "*.html0;*.cit;*.zip;*.rar)|*.txt;*.htm;*.html;*.shtml;*.doc;*.rtf;*.pdf;*.lit;*.prc;*.pdb;*.rb;*.kml;"
+    "*.fb2;*.xml;*.tcr;*.html0;*.cit;*.zip;*.rar|txt files (*.txt)|*.txt|html files (*.htm;*.html;*.shtml)|"
+    "*.htm;*.html;*.shtml|MS Word files (*.doc)|*.doc|rtf files (*.rtf)|*.rtf|Acrobat files (*.pdf)|*.pdf|"
+    "MS Reader files (*.lit)|*.lit|MobiPocket Reader files (*.prc)|*.prc|Palm Reader files (*.pdb)|*.pdb|"
+    "Rocket eBook files (*.rb)|*.rb|hiebook files (*.kml)|*.kml|FictionBook files (*.fb2)|*.fb2|"
+    "xml files (*.xml)|*.xml|Psion files (*.tcr)|*.tcr|Pagewright files (*.html0;*.cit)|*.html0;*.cit|"
+    "archive files (*.zip;*.rar)|*.zip;*.rar|";
+
+std::string_view ConversionStatus(std::string_view extension) {
+  for (const StatusRow& row : kStatuses) {
+    if (row.extension == extension) return row.status;
+  }
+  return {};
+}
+
+bool BookConverter::Accepts(std::string_view extension) const {
+  return std::find(extensions.begin(), extensions.end(), extension) != extensions.end();
+}
+
+const BookConverter* ConverterRegistry::Find(std::string_view extension) const {
+  for (const BookConverter& converter : converters_) {
+    if (converter.Accepts(extension)) return &converter;
+  }
+  return nullptr;
+}
+
+const ConverterRegistry& BuiltInConverters() {
+  static const ConverterRegistry registry = MakeBuiltInConverters();
   return registry;
 }
 

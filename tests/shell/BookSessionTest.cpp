@@ -2,93 +2,314 @@
 
 #include <gtest/gtest.h>
 
-#include "common/Files.h"
+#include <algorithm>
+
 #include "markup/BookMarkup.h"
+#include "markup/DescriptionPlace.h"
 #include "markup/StoredBook.h"
-#include "shell/InstanceFile.h"
-#include "support/TestSupport.h"
+#include "common/Text.h"
+#include "shell/CitationFile.h"
+#include "shell/SaveBook.h"
+#include "shell/ShellTestSupport.h"
 
 namespace pw::shell {
 namespace {
 
-struct Fixture {
-  test::ScratchFolder folder;
-  common::RecordingSink sink;
-  common::Messages messages{sink};
-  common::RecordingProgress progress;
-  common::Session session{progress, messages};
-  WorkshopFolder workshop{folder / "home"};
+namespace fs = std::filesystem;
+using testing::StateOf;
+using testing::Workbench;
 
-  Fixture() { PrepareWorkshopFolder(workshop, folder / "no-shipped-data"); }
-  fs::path Write(const std::string& name, const std::string& bytes) {
-    const fs::path path = folder / name;
-    common::WriteFileAtomic(path, bytes);
-    return path;
+struct SessionBench : Workbench {
+  BookSession session{workshop, 7, settings, editor, messages, progress};
+
+  size_t BookFolders() const {
+    size_t count = 0;
+    std::error_code ec;
+    for (const auto& entry : fs::directory_iterator(workshop.instanceFolder(7), ec)) count += entry.is_directory();
+    return count;
   }
 };
 
-TEST(BookSession, InputChecks) {
-  Fixture f;
-  EXPECT_EQ(CheckInputFile(f.Write("nine.txt", "123456789"), f.messages), InputCheck::Empty);
-  EXPECT_EQ(CheckInputFile(f.Write("ten.TXT", "1234567890"), f.messages), InputCheck::Ok);
-  EXPECT_EQ(CheckInputFile(f.folder / "missing.txt", f.messages), InputCheck::Missing);
-  EXPECT_EQ(CheckInputFile(f.Write("book.xyz", "1234567890"), f.messages), InputCheck::Unsupported);
-  EXPECT_EQ(CheckInputFile(f.Write("books.ZIP", "1234567890"), f.messages), InputCheck::Archive);
-  EXPECT_EQ(CheckInputFile("http://example.org/book.txt", f.messages), InputCheck::WebAddress);
-  ASSERT_EQ(f.sink.shown.size(), 3u);
-  EXPECT_EQ(f.sink.shown[0].rfind("Empty file: ", 0), 0u);
-  EXPECT_EQ(f.sink.shown[1].rfind("File not found: ", 0), 0u);
-  EXPECT_EQ(f.sink.shown[2].rfind("Not supported input file format: ", 0), 0u);
-  EXPECT_EQ(CheckInputFile(f.folder / "missing.txt", f.messages, true), InputCheck::Missing);
-  EXPECT_EQ(f.sink.shown.size(), 3u);
-}
-
-TEST(BookSession, StoredBookOpensTwiceInTwoFoldersAndTheSourceStaysUntouched) {
-  Fixture f;
+// A compressed stored book with a header, a picture and an inline description.
+std::string StoredSample() {
   markup::StoredBook stored;
-  stored.document = markup::MakeBlankBook();
+  stored.hasHeader = true;
   stored.compressed = true;
-  stored.pictures = {{"cover.jpg", "JPEG"}};
-  const std::string bytes = markup::WriteStoredBook(stored);
-  const fs::path source = f.Write("Книга.html0", bytes);
-
-  BookSession session(f.workshop, 7, f.session);
-  ASSERT_TRUE(session.PrepareBook(source));
-  const fs::path first = session.bookFolder();
-  EXPECT_TRUE(common::FileExists(first / "Книга.html0"));
-  EXPECT_TRUE(common::FileExists(first / "cover.jpg"));
-  ASSERT_TRUE(session.PrepareBook(source));
-  EXPECT_NE(session.bookFolder(), first);
-  EXPECT_EQ(f.session.settings.recentFiles.front(), fs::absolute(source).string());
-  std::string after;
-  ASSERT_TRUE(common::ReadWholeFile(source, after));
-  EXPECT_EQ(after, bytes);
-  EXPECT_EQ(f.progress.statuses.front(), "...preparing book...");
-  EXPECT_NE(std::find(f.progress.statuses.begin(), f.progress.statuses.end(), "...loading Pagewright file..."),
-            f.progress.statuses.end());
+  stored.header[markup::HeaderField::Title] = "Дорога";
+  stored.header[markup::HeaderField::Genre] = "prose";
+  std::string document = markup::MakeBlankBook();
+  common::ReplaceFirst(document, "Start to type here", "Первая строка<IMG src=\"cover.jpg\">");
+  markup::AttachFb2Description(document, "<title-info><book-title>Дорога</book-title></title-info>");
+  stored.document = document;
+  stored.pictures = {{"cover.jpg", std::string("\xFF\xD8JPEG\0bytes", 11)}};
+  return markup::WriteStoredBook(stored);
 }
 
-TEST(BookSession, FailuresKeepThePreviousBook) {
-  Fixture f;
-  BookSession session(f.workshop, 1, f.session);
-  ASSERT_TRUE(session.MakeEmptyBook());
-  const fs::path previous = session.workingDocument();
-  // A format without a converter in this build.
-  EXPECT_FALSE(session.PrepareBook(f.Write("story.rtf", "{\\rtf1 some text}")));
-  EXPECT_EQ(session.workingDocument(), previous);
-  ASSERT_FALSE(f.sink.shown.empty());
-  EXPECT_EQ(f.sink.shown.back(), "cannot convert to Pagewright format: story.rtf");
-  // A damaged stored book.
-  EXPECT_FALSE(session.PrepareBook(f.Write("bad.html0", std::string("<!pwfile 1>\x05\x00\x00\x00", 15))));
-  EXPECT_EQ(session.workingDocument(), previous);
+TEST(BookSession, InputChecksInOrderWithTheirMessages) {
+  Workbench w;
+  const fs::path nine = w.Write("nine.txt", "123456789");
+  EXPECT_EQ(CheckInputFile(nine.string(), w.messages), InputCheck::Empty);
+  EXPECT_EQ(CheckInputFile(w.Write("ten.TXT", "1234567890").string(), w.messages), InputCheck::Ok);
+  EXPECT_EQ(CheckInputFile((w.folder / "missing.txt").string(), w.messages), InputCheck::Missing);
+  EXPECT_EQ(CheckInputFile(w.Write("book.xyz", "1234567890").string(), w.messages), InputCheck::Unsupported);
+  EXPECT_EQ(CheckInputFile(w.Write("books.ZIP", "1234567890").string(), w.messages), InputCheck::Archive);
+  EXPECT_EQ(CheckInputFile(w.folder.path().string(), w.messages), InputCheck::Missing);  // a folder
+  // A web address skips the existence and size checks.
+  EXPECT_EQ(CheckInputFile("http://example.org/a.txt", w.messages), InputCheck::WebAddress);
+  EXPECT_EQ(CheckInputFile("ftp://example.org/a.txt", w.messages), InputCheck::WebAddress);
+  const std::vector<std::string> expected{
+      "Empty file: " + nine.string(),
+      "File not found: " + (w.folder / "missing.txt").string(),
+      "Not supported input file format: " + (w.folder / "book.xyz").string(),
+      "File not found: " + w.folder.path().string(),
+  };
+  EXPECT_EQ(w.sink.shown, expected);
+  // A nine-byte file that is empty of book in any case; quiet mode says nothing.
+  EXPECT_EQ(CheckInputFile(nine.string(), w.messages, true), InputCheck::Empty);
+  EXPECT_EQ(w.sink.shown.size(), expected.size());
+  w.messages.SetLanguage(common::Language::Russian);
+  CheckInputFile(nine.string(), w.messages);
+  EXPECT_EQ(w.sink.shown.back(), "Пустой файл: " + nine.string());
 }
 
-TEST(BookSession, RecentFilesKeepTheirLength) {
+TEST(BookSession, StoredBookOpensWithPicturesBesideAndDescriptionCutOut) {
+  SessionBench b;
+  const fs::path source = b.Write("Книга.html0", StoredSample());
+  const auto before = StateOf(source);
+
+  ASSERT_TRUE(b.session.PrepareBook(source.string())) << ::testing::PrintToString(b.sink.shown);
+  const fs::path folder = b.session.bookFolder();
+  EXPECT_EQ(b.session.workingDocument(), folder / "Книга.html0");
+  EXPECT_EQ(folder.parent_path(), b.workshop.instanceFolder(7));
+  std::string picture, description, document;
+  ASSERT_TRUE(common::ReadWholeFile(folder / "cover.jpg", picture));
+  EXPECT_EQ(picture, std::string("\xFF\xD8JPEG\0bytes", 11));
+  ASSERT_TRUE(common::ReadWholeFile(folder / "Description.fb2", description));
+  EXPECT_EQ(description, "<title-info><book-title>Дорога</book-title></title-info>");
+  ASSERT_TRUE(b.editor.Document(document));
+  EXPECT_EQ(document.find("<fb2_description>"), std::string::npos);
+  EXPECT_NE(document.find("Первая строка"), std::string::npos);
+  // The working document went through the load normalisation.
+  EXPECT_NE(document.find("bgColor=#FFFFFF>"), std::string::npos);
+  ASSERT_TRUE(b.session.header());
+  EXPECT_EQ((*b.session.header())[markup::HeaderField::Genre], "prose");
+  EXPECT_EQ(b.session.caption(), "Книга");
+  EXPECT_TRUE(b.editor.visible());
+
+  const std::vector<std::string> statuses{"...preparing book...", "...loading Pagewright file...", ""};
+  EXPECT_EQ(b.progress.statuses, statuses);
+  EXPECT_EQ(b.progress.percents.back(), 100);
+  EXPECT_EQ(b.settings.recentFiles.front(), fs::absolute(source).string());
+  EXPECT_EQ(b.settings.recentFiles.size(), common::kRecentFilesCount);
+  // Nothing is left of the input copy.
+  EXPECT_TRUE(fs::is_empty(b.workshop.inputCopy() / "tmp7"));
+
+  // The same file again: a fresh folder, the first one untouched.
+  ASSERT_TRUE(b.session.PrepareBook(source.string()));
+  EXPECT_NE(b.session.bookFolder(), folder);
+  EXPECT_TRUE(common::FileExists(folder / "Книга.html0"));
+  EXPECT_EQ(b.BookFolders(), 2u);
+  EXPECT_EQ(b.settings.recentFiles[1], common::kRecentFilesPlaceholder);
+  EXPECT_EQ(StateOf(source), before);
+}
+
+TEST(BookSession, ExtensionsCompareInLowerCaseAndTenBytesAreABook) {
+  SessionBench b;
+  const fs::path ten = b.Write("ten.HTML0", "0123456789");
+  ASSERT_TRUE(b.session.PrepareBook(ten.string())) << ::testing::PrintToString(b.sink.shown);
+  std::string document;
+  ASSERT_TRUE(common::ReadWholeFile(b.session.workingDocument(), document));
+  EXPECT_NE(document.find("<BODY style="), std::string::npos);
+  EXPECT_NE(document.find("0123456789"), std::string::npos);
+  EXPECT_FALSE(b.session.PrepareBook(b.Write("nine.html0", "012345678").string()));
+  EXPECT_EQ(b.session.workingDocument().filename(), "ten.html0");
+}
+
+TEST(BookSession, FailuresLeaveThePreviousBookAsItWas) {
+  SessionBench b;
+  const fs::path good = b.Write("good.html0", StoredSample());
+  ASSERT_TRUE(b.session.PrepareBook(good.string()));
+  const fs::path previous = b.session.workingDocument();
+  const auto previousState = StateOf(previous);
+  const size_t loads = b.editor.loaded().size();
+  const auto recent = b.settings.recentFiles;
+
+  struct Case {
+    std::string name;
+    std::string bytes;
+    std::string message;
+  };
+  const std::vector<Case> cases{
+      {"story.rtf", "{\\rtf1 some text}", "cannot convert to Pagewright format: story.rtf"},
+      {"bad.html0", markup::MakeStoredBookHeader({}, true) + std::string("\x05\x00\x00\x00\x10\x00\x00\x00", 8),
+       "cannot convert to Pagewright format: bad.html0"},
+      {"pack.zip", "PK\x03\x04 not really", "cannot convert to Pagewright format: pack.zip"},
+      {"bad.cit", "not a citation file", "cannot convert to Pagewright format: bad.cit"},
+      {"tiny.txt", "short", "Empty file: "},
+      {"book.odt", "long enough content", "Not supported input file format: "},
+  };
+  for (const Case& c : cases) {
+    const fs::path path = b.Write(c.name, c.bytes);
+    const auto sourceState = StateOf(path);
+    EXPECT_FALSE(b.session.PrepareBook(path.string())) << c.name;
+    ASSERT_FALSE(b.sink.shown.empty());
+    EXPECT_NE(b.sink.shown.back().find(c.message), std::string::npos) << c.name << ": " << b.sink.shown.back();
+    EXPECT_EQ(b.session.workingDocument(), previous) << c.name;
+    EXPECT_EQ(StateOf(previous), previousState) << c.name;
+    EXPECT_EQ(StateOf(path), sourceState) << c.name;
+    EXPECT_EQ(b.editor.loaded().size(), loads) << c.name;
+    EXPECT_EQ(b.settings.recentFiles, recent) << c.name;
+    EXPECT_EQ(b.BookFolders(), 1u) << c.name;
+    EXPECT_TRUE(b.editor.visible());
+  }
+  // The damaged stored book said why before the chain gave up.
+  EXPECT_NE(std::find_if(b.sink.shown.begin(), b.sink.shown.end(),
+                         [](const std::string& s) { return s.rfind("the book file is damaged: bad.html0: ", 0) == 0; }),
+            b.sink.shown.end());
+  EXPECT_FALSE(b.session.PrepareBook("http://example.org/book.html0"));
+  EXPECT_EQ(b.session.workingDocument(), previous);
+  EXPECT_FALSE(b.session.PrepareBook((b.folder / "gone.html0").string()));
+  EXPECT_EQ(b.sink.shown.back(), "File not found: " + (b.folder / "gone.html0").string());
+  EXPECT_EQ(b.progress.statuses.back(), "");
+}
+
+TEST(BookSession, ConvertersAndTheArchiveStepComeFromTheRegistry) {
+  Workbench w;
+  ConverterRegistry registry;
+  std::vector<std::string> calls;
+  registry.Add({"first text", {"txt"}, [&](ConvertJob& job) {
+                  calls.push_back("first " + job.sourceName);
+                  std::string text;
+                  common::ReadWholeFile(job.input, text);
+                  return common::WriteFileAtomic(job.workingDocument, "<HTML><BODY>" + text + "</BODY></HTML>");
+                }});
+  registry.Add({"second text", {"txt"}, [&](ConvertJob&) {
+                  calls.push_back("second");
+                  return false;
+                }});
+  registry.SetArchiveUnpacker([](const fs::path& archive, const fs::path& folder, fs::path& book, common::Session&) {
+    std::string bytes;
+    common::ReadWholeFile(archive, bytes);
+    common::MakeFolderIfMissing(folder);
+    book = folder / "inside.txt";
+    return common::WriteFileAtomic(book, bytes.substr(3));
+  });
+  BookSession session(w.workshop, 3, w.settings, w.editor, w.messages, w.progress, registry);
+  ASSERT_TRUE(session.PrepareBook(w.Write("a.txt", "plain text of a book").string()));
+  ASSERT_TRUE(session.PrepareBook(w.Write("b.zip", "PK:the text inside").string()));
+  EXPECT_EQ(calls, (std::vector<std::string>{"first a.txt", "first inside.txt"}));
+  EXPECT_EQ(session.workingDocument().filename(), "inside.html0");
+  std::string document;
+  ASSERT_TRUE(w.editor.Document(document));
+  EXPECT_NE(document.find("the text inside"), std::string::npos);
+  EXPECT_EQ(std::count(w.progress.statuses.begin(), w.progress.statuses.end(), "...converting txt to html..."), 2);
+}
+
+TEST(BookSession, CitationFileOpensAsACitationsBook) {
+  SessionBench b;
+  CitationCollection collection;
+  collection.citations = {{"A. Author. A Book", "A passage worth keeping."}};
+  const fs::path path = b.Write("Quotes.cit", WriteCitationFile(collection));
+  ASSERT_TRUE(b.session.PrepareBook(path.string())) << ::testing::PrintToString(b.sink.shown);
+  EXPECT_EQ(b.session.caption(), "Quotes (citations)");
+  std::string document;
+  ASSERT_TRUE(b.editor.Document(document));
+  EXPECT_NE(document.find("<B>Quotes (citations)</B>"), std::string::npos);
+  EXPECT_NE(document.find("A passage worth keeping."), std::string::npos);
+  EXPECT_NE(std::find(b.progress.statuses.begin(), b.progress.statuses.end(), "...loading citation file..."),
+            b.progress.statuses.end());
+}
+
+TEST(BookSession, SaveWritesTheEditorsDocumentInItsSavedForm) {
+  SessionBench b;
+  b.session.SetDateSource([] { return std::string("2026-01-02"); });
+  EXPECT_FALSE(b.session.MnSave());
+  EXPECT_EQ(b.sink.shown.back(), "Cannot save file: internal error of outer HTML reading");
+
+  ASSERT_TRUE(b.session.MnEmptyBook());
+  const std::string edited =
+      "<html><body><DIV align=justify>a\xC2\xA0<EM>b</EM>\r\n c</DIV>" + std::string(markup::kLastParagraph) +
+      "</body></html>";
+  b.editor.Edit(edited);
+  b.session.MarkChanged();
+  b.settings.signBooks = true;
+  ASSERT_TRUE(b.session.MnSave());
+  EXPECT_FALSE(b.session.changed());
+  std::string written;
+  ASSERT_TRUE(common::ReadWholeFile(b.session.workingDocument(), written));
+  EXPECT_EQ(written, MakeSavedDocument(edited, b.settings, "2026-01-02"));
+  EXPECT_NE(written.find("a&nbsp;<I>b</I> c"), std::string::npos);
+  EXPECT_NE(written.find("2026-01-02"), std::string::npos);
+  EXPECT_EQ(b.editor.caption(), "NewBook");
+  EXPECT_NE(std::find(b.progress.statuses.begin(), b.progress.statuses.end(),
+                      "...saving file and settings... wait please"),
+            b.progress.statuses.end());
+}
+
+TEST(BookSession, UnsavedChangesAreAskedAboutOnceThenSavedWithoutAsking) {
+  SessionBench b;
+  const fs::path book = b.Write("book.html0", StoredSample());
+  ASSERT_TRUE(b.session.PrepareBook(book.string()));
+  // No change, no question.
+  ASSERT_TRUE(b.session.PrepareBook(book.string()));
+  EXPECT_TRUE(b.sink.asked.empty());
+
+  const fs::path first = b.session.workingDocument();
+  b.editor.Edit("<DIV align=justify>&nbsp;&nbsp;&nbsp;&nbsp;edited</DIV>");
+  b.session.MarkChanged();
+  ASSERT_TRUE(b.session.MnEmptyBook());
+  ASSERT_EQ(b.sink.asked.size(), 1u);
+  EXPECT_EQ(b.sink.asked[0], "Current file was not saved\nDo you want to save the changes?");
+  std::string saved;
+  ASSERT_TRUE(common::ReadWholeFile(first, saved));  // the sink answers yes
+  EXPECT_NE(saved.find("edited"), std::string::npos);
+
+  b.session.DisableUnsavedWarning();
+  b.session.DisableUnsavedWarning();
+  EXPECT_EQ(std::count(b.sink.shown.begin(), b.sink.shown.end(), "\"file not saved\" warning was disabled"), 1);
+  const fs::path blank = b.session.workingDocument();
+  b.editor.Edit("<DIV align=justify>&nbsp;&nbsp;&nbsp;&nbsp;quietly saved</DIV>");
+  b.session.MarkChanged();
+  ASSERT_TRUE(b.session.PrepareBook(book.string()));
+  EXPECT_EQ(b.sink.asked.size(), 1u);
+  ASSERT_TRUE(common::ReadWholeFile(blank, saved));
+  EXPECT_NE(saved.find("quietly saved"), std::string::npos);
+}
+
+TEST(BookSession, EmptyBookReloadAndScratch) {
+  SessionBench b;
+  ASSERT_TRUE(b.session.MnEmptyBook());
+  std::string document;
+  ASSERT_TRUE(common::ReadWholeFile(b.session.workingDocument(), document));
+  EXPECT_EQ(document, markup::MakeBlankBook());
+  EXPECT_TRUE(b.session.bookPath().empty());
+  // Nothing recent: reloading does nothing.
+  const size_t loads = b.editor.loaded().size();
+  EXPECT_FALSE(b.session.MnReloadBook());
+  EXPECT_EQ(b.editor.loaded().size(), loads);
+
+  const fs::path book = b.Write("book.html0", StoredSample());
+  ASSERT_TRUE(b.session.PrepareBook(book.string()));
+  const fs::path opened = b.session.bookFolder();
+  ASSERT_TRUE(b.session.MnReloadBook());
+  EXPECT_NE(b.session.bookFolder(), opened);
+  fs::remove(book);
+  EXPECT_FALSE(b.session.MnReloadBook());
+
+  b.session.RemoveScratch();
+  EXPECT_EQ(b.BookFolders(), 0u);
+  EXPECT_TRUE(b.session.workingDocument().empty());
+}
+
+TEST(BookSession, RecentFilesKeepTheirLengthAndHaveNoDuplicates) {
   std::vector<std::string> recent(3, "Empty");
   AddRecentFile(recent, "a");
   AddRecentFile(recent, "b");
   AddRecentFile(recent, "a");
   EXPECT_EQ(recent, (std::vector<std::string>{"a", "b", "Empty"}));
+  AddRecentFile(recent, "c");
+  AddRecentFile(recent, "d");
+  EXPECT_EQ(recent, (std::vector<std::string>{"d", "c", "a"}));
 }
 
 }  // namespace

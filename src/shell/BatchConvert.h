@@ -1,0 +1,58 @@
+// The batch converter behind `pagewright convert`: every input goes through its own book
+// session into its own book folder and out through a book writer; several inputs may be
+// converted side by side. Nothing here knows the terminal: progress and messages go to an
+// observer.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/Messages.h"
+#include "common/Settings.h"
+#include "shell/WorkshopFolder.h"
+
+namespace pw::shell {
+
+struct BatchRequest {
+  std::vector<std::string> inputs;
+  std::string output;  // empty: beside each input; a file for one input; else a folder
+  std::string target;  // empty: from the output's extension, else "fb2"
+  bool compress = false;
+  unsigned jobs = 1;
+};
+
+struct PlannedBook {
+  std::string input;
+  std::filesystem::path output;
+  bool overwritesInput = false;  // refused when run: the user's file is never written
+};
+
+struct BatchPlan {
+  std::string target;
+  std::vector<PlannedBook> books;
+};
+
+// Decides the output form and the output file of every input. False with `error` when the
+// request cannot run: no writer for the form, or two inputs that would write one file.
+bool PlanBatch(const BatchRequest& request, common::Language language, BatchPlan& plan, std::string& error);
+
+// Hears the batch; called from the worker threads, so implementations lock.
+class BatchObserver {
+ public:
+  virtual ~BatchObserver() = default;
+  virtual void Status(size_t book, std::string_view text) = 0;
+  virtual void Percent(size_t book, int percent) = 0;
+  virtual void Finished(size_t book, bool ok) = 0;
+  // Where the messages of the books go.
+  virtual common::MessageSink& Sink() = 0;
+};
+
+// Converts the planned books, `jobs` at a time, in instance `serial` of the workshop, with
+// `settings` as every book's settings. Each book's scratch files are removed when it is done.
+// Returns the number of books that failed.
+size_t RunBatch(const BatchPlan& plan, const BatchRequest& request, const WorkshopFolder& workshop, int serial,
+                const common::Settings& settings, BatchObserver& observer);
+
+}  // namespace pw::shell

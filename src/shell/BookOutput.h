@@ -1,0 +1,44 @@
+// Writers of the open book to an output file, one per output form ("html0" the stored book,
+// "html" plain HTML), looked up by name. The FictionBook writer joins this list with its issue.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/Progress.h"
+#include "common/Settings.h"
+#include "markup/StoredBook.h"
+
+namespace pw::shell {
+
+// The open book as a writer gets it.
+struct OutputJob {
+  std::string document;  // what the editor holds
+  std::filesystem::path bookFolder;
+  std::optional<markup::StoredBookHeader> header;
+  std::filesystem::path output;
+  bool compress = false;  // for stored books
+  std::string dateText;   // for the signature
+  const common::Settings& settings;
+  common::Progress& progress;
+};
+
+struct BookWriter {
+  std::string target;     // the name of the form ("html0")
+  std::string extension;  // of the files it writes
+  // Writes `job.output` atomically; false with `error` filled on failure.
+  std::function<bool(const OutputJob& job, std::string& error)> write;
+};
+
+// The writer of `target`; null when this build has none.
+const BookWriter* FindBookWriter(std::string_view target);
+
+// The output form for an output file name: by its extension ("html0"; "htm" and "html" give
+// "html"; "fb2"), "fb2" when the name has no known extension.
+std::string TargetForOutput(const std::filesystem::path& output);
+
+}  // namespace pw::shell

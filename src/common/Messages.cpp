@@ -62,6 +62,8 @@ constexpr std::array kMessages{
                "эта сборка не умеет записывать книги в формате "},
     MessageRow{Msg::OutputOverwritesInput, "the output would overwrite the input: ",
                "выходной файл совпадает с входным: "},
+    MessageRow{Msg::UnsupportedImageFormat, "not supported image format: ",
+               "формат изображения не поддерживается: "},
 };
 static_assert(kMessages.size() == static_cast<size_t>(Msg::Count_),
               "every message needs its row");

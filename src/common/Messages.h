@@ -39,6 +39,7 @@ enum class Msg {
   UnsavedWarningDisabled,
   TargetNotAvailable,       // + target name
   OutputOverwritesInput,    // + name
+  UnsupportedImageFormat,   // + extension
   Count_                    // keep last
 };
 

@@ -12,6 +12,7 @@
 #include "app/Commands.h"
 #include "app/TerminalProgress.h"
 #include "common/Messages.h"
+#include "fb2/Description.h"
 #include "shell/BatchConvert.h"
 #include "shell/ImportOptions.h"
 #include "shell/InstanceFile.h"
@@ -28,6 +29,16 @@ struct ConvertOptions {
   std::map<std::string, std::string> importSettings;  // option name -> value given
   std::string home;
   bool quiet = false;
+  bool yes = false;
+  // FictionBook options that override the saved settings when given.
+  std::string encoding;
+  std::string dashes;
+  bool library = false;
+  bool multiEmptyLines = false;
+  bool removeLineEnds = false;
+  bool keepPictureSizes = false;
+  std::string authors;
+  std::string genres;
 };
 
 int Convert(const ConvertOptions& options) {
@@ -53,12 +64,23 @@ int Convert(const ConvertOptions& options) {
       settings.*option.field = std::string(shell::MatchChoice(option, given->second));
   }
 
+  if (!options.encoding.empty()) settings.fb2Encoding = options.encoding;
+  if (!options.dashes.empty()) settings.dashStyle = options.dashes;
+  if (options.library) settings.fb2BookForLibrary = true;
+  if (options.multiEmptyLines) settings.fb2MultiEmptyLines = true;
+  if (options.removeLineEnds) settings.fb2RemoveLineEnds = true;
+  if (options.keepPictureSizes) settings.fb2KeepPictureSizes = true;
+  shell::BatchRequest request = options.request;
+  if (!options.authors.empty()) request.fb2.description.authors = fb2::SplitAuthors(options.authors);
+  if (!options.genres.empty()) request.fb2.description.genres = fb2::ParseGenreList(options.genres);
+
   TerminalBatchView view(plan.books.size(), !options.quiet && ::isatty(STDERR_FILENO));
+  view.SetAssumeYes(options.yes);
   if (restored == shell::RestoreResult::Damaged && !options.quiet)
     view.Sink().Show(common::MessageText(common::Msg::SettingsUnreadable, language));
 
   shell::InstanceRegistration instance(workshop.instanceFile(), workshop.temp());
-  const size_t failures = shell::RunBatch(plan, options.request, workshop, instance.serial(), settings, view);
+  const size_t failures = shell::RunBatch(plan, request, workshop, instance.serial(), settings, view);
   instance.Unregister();
   std::error_code ignored;
   fs::remove(workshop.inputCopy() / ("tmp" + std::to_string(instance.serial())), ignored);
@@ -80,7 +102,8 @@ void RegisterConvertCommand(CLI::App& app, CommandAction& action) {
   auto options = std::make_shared<ConvertOptions>();
   shell::BatchRequest& request = options->request;
   auto* convert = app.add_subcommand(
-      "convert", "Convert books: each INPUT becomes a stored html0 book (html0) or plain HTML (html)");
+      "convert", "Convert books: each INPUT becomes a FictionBook 2 file (fb2), a stored html0 book (html0) or plain "
+                 "HTML (html)");
   convert->add_option("INPUT", request.inputs, "Books to convert")->required();
   convert->add_option("-o,--output", request.output,
                       "Output file for one input, output folder for several (default: beside each input)");
@@ -98,6 +121,27 @@ void RegisterConvertCommand(CLI::App& app, CommandAction& action) {
   convert->add_option("--home", options->home,
                       "Workshop folder (default: $PAGEWRIGHT_HOME, else the per-user data folder)");
   convert->add_flag("-q,--quiet", options->quiet, "No progress bar and no list of written books");
+  convert->add_flag("-y,--yes", options->yes, "Answer yes to every question (such as notes not in a note block)");
+  auto* fb2 = convert->add_option_group("FictionBook output");
+  shell::Fb2Request& f = request.fb2;
+  fb2->add_option("--encoding", options->encoding, "Encoding of the FB2 file (default: the saved setting, utf-8)")
+      ->check(CLI::IsMember({"utf-8", "windows-1251", "win-1251", "windows-1252", "win-1252"}, CLI::ignore_case));
+  fb2->add_option("--dashes", options->dashes, "Dash style: short (-), middle (en dash) or long (em dash)")
+      ->check(CLI::IsMember({"short", "middle", "long"}, CLI::ignore_case));
+  fb2->add_flag("--library", options->library, "Book for a library: full section cleaning, no signature");
+  fb2->add_flag("--multi-empty-lines", options->multiEmptyLines, "Keep double empty lines (without --library)");
+  fb2->add_flag("--remove-line-ends", options->removeLineEnds, "Write the whole file without line breaks");
+  fb2->add_flag("--keep-picture-sizes", options->keepPictureSizes, "Do not fit pictures to a 238x318 screen");
+  fb2->add_option("--cover", f.cover, "Cover picture")->check(CLI::ExistingFile);
+  fb2->add_flag("--zip", f.zip, "Also pack each FB2 file into FILE.fb2.zip");
+  fb2->add_flag("--validate", f.validate, "Check each written FB2 file against the schema; invalid is a failure");
+  fb2->add_option("--author", options->authors, "Book authors (\"First Last, First Last\")");
+  fb2->add_option("--title", f.description.title, "Book title");
+  fb2->add_option("--genre", options->genres, "Genre codes, comma-separated (see the FB2 genre list)");
+  fb2->add_option("--lang", f.description.lang, "Language code of the book (ru, en, ...)");
+  fb2->add_option("--sequence", f.description.sequenceName, "Series the book belongs to");
+  fb2->add_option("--sequence-number", f.description.sequenceNumber, "Number of the book in its series");
+  fb2->add_option("--annotation", f.description.annotation, "Annotation (a paragraph a line)");
   convert->callback([&action, options] { action = [options] { return Convert(*options); }; });
 }
 

@@ -1,5 +1,7 @@
 #include "app/TerminalProgress.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 
 namespace pw::app {
@@ -42,8 +44,22 @@ void TerminalBatchView::Print(std::FILE* stream, std::string_view line) {
 void TerminalBatchView::Show(std::string_view text) { Print(stderr, "pagewright: " + std::string(text)); }
 
 bool TerminalBatchView::Ask(std::string_view text, bool defaultAnswer) {
-  Show(text);
-  return defaultAnswer;
+  (void)defaultAnswer;
+  if (assumeYes_) return true;
+  std::lock_guard lock(mutex_);
+  ClearLocked();
+  std::fprintf(stderr, "pagewright: %.*s\n", static_cast<int>(text.size()), text.data());
+  if (!::isatty(STDIN_FILENO)) {
+    std::fprintf(stderr, "pagewright: no terminal to answer on: taken as \"no\" (--yes answers yes)\n");
+    DrawLocked();
+    return false;
+  }
+  std::fprintf(stderr, "[y/N] ");
+  std::fflush(stderr);
+  char answer[16] = {};
+  const bool yes = std::fgets(answer, sizeof answer, stdin) && (answer[0] == 'y' || answer[0] == 'Y');
+  DrawLocked();
+  return yes;
 }
 
 void TerminalBatchView::DrawLocked() {

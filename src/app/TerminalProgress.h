@@ -24,6 +24,10 @@ class TerminalBatchView final : public shell::BatchObserver, private common::Mes
   void Finished(size_t book, bool ok) override;
   common::MessageSink& Sink() override { return *this; }
 
+  // Questions: answered yes without asking (--yes), asked on the terminal when stdin is one,
+  // else shown and answered no.
+  void SetAssumeYes(bool yes) { assumeYes_ = yes; }
+
   // Prints a line on `stream`, clearing the bar first.
   void Print(std::FILE* stream, std::string_view line);
 
@@ -34,6 +38,7 @@ class TerminalBatchView final : public shell::BatchObserver, private common::Mes
   void ClearLocked();
 
   std::mutex mutex_;
+  bool assumeYes_ = false;
   size_t books_;
   bool drawBar_;
   size_t done_ = 0;

@@ -64,6 +64,16 @@ constexpr std::array kMessages{
                "выходной файл совпадает с входным: "},
     MessageRow{Msg::UnsupportedImageFormat, "not supported image format: ",
                "формат изображения не поддерживается: "},
+    MessageRow{Msg::Fb2OutputLocked, "File\n{}\nis open in some program\nClose the file and try again",
+               "Файл\n{}\nоткрыт в какой-то программе\nЗакройте файл и попробуйте ещё раз"},
+    MessageRow{Msg::Fb2UnformattedNotes,
+               "Warning. The book containes notes but they are not formatted.\nTo format notes:\n"
+               "- double-click on the first note;\n- Shift+click on the last note;\n- Format -> selected notes.\n"
+               "Continue without the formatting?",
+               "Внимание. В книге есть примечания, но они не оформлены.\nЧтобы оформить примечания:\n"
+               "- дважды щёлкните по первому примечанию;\n- Shift+щелчок по последнему примечанию;\n"
+               "- Формат -> выбранные примечания.\nПродолжить без оформления?"},
+    MessageRow{Msg::Fb2BookSaved, "the book was saved as\n", "книга сохранена как\n"},
 };
 static_assert(kMessages.size() == static_cast<size_t>(Msg::Count_),
               "every message needs its row");
@@ -77,8 +87,18 @@ std::string_view MessageText(Msg id, Language language) {
 }
 
 std::string Messages::Text(Msg id, std::string_view detail) const {
-  std::string text(MessageText(id, language_));
-  text += detail;
+  // A row may say where its detail goes ("{}"); otherwise the detail follows the text.
+  const std::string_view row = MessageText(id, language_);
+  const size_t place = row.find("{}");
+  std::string text;
+  if (place == std::string_view::npos) {
+    text.assign(row);
+    text += detail;
+  } else {
+    text.assign(row.substr(0, place));
+    text += detail;
+    text += row.substr(place + 2);
+  }
   return text;
 }
 

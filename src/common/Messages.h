@@ -40,6 +40,9 @@ enum class Msg {
   TargetNotAvailable,       // + target name
   OutputOverwritesInput,    // + name
   UnsupportedImageFormat,   // + extension
+  Fb2OutputLocked,          // + path: the output file exists and cannot be written
+  Fb2UnformattedNotes,      // a yes/no question
+  Fb2BookSaved,             // + path
   Count_                    // keep last
 };
 
@@ -71,6 +74,8 @@ class Messages {
   // The message text in the interface language, followed by `detail` when given.
   std::string Text(Msg id, std::string_view detail = {}) const;
   void Show(Msg id, std::string_view detail = {}) const { sink_.Show(Text(id, detail)); }
+  // A text made elsewhere (a message of a library or of another row's parts).
+  void ShowText(std::string_view text) const { sink_.Show(text); }
   bool Ask(Msg id, std::string_view detail, bool defaultAnswer) const {
     return sink_.Ask(Text(id, detail), defaultAnswer);
   }

@@ -55,7 +55,7 @@ bool ConvertOne(const PlannedBook& planned, size_t index, const BookWriter& writ
   }
   if (ok) {
     OutputJob job{document, session.bookFolder(), session.header(), planned.output, request.compress,
-                  TodayText(), settings, progress};
+                  TodayText(), settings, progress, &messages, &request.fb2};
     std::string error;
     const fs::path folder = planned.output.parent_path();
     ok = (folder.empty() || common::MakeFolderIfMissing(folder)) && writer.write(job, error);

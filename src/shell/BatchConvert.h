@@ -11,6 +11,7 @@
 
 #include "common/Messages.h"
 #include "common/Settings.h"
+#include "shell/BookOutput.h"
 #include "shell/WorkshopFolder.h"
 
 namespace pw::shell {
@@ -21,6 +22,7 @@ struct BatchRequest {
   std::string target;  // empty: from the output's extension, else "fb2"
   bool compress = false;
   unsigned jobs = 1;
+  Fb2Request fb2;
 };
 
 struct PlannedBook {

@@ -1,10 +1,14 @@
 #include "shell/BookOutput.h"
 
 #include "common/Files.h"
+#include "common/Session.h"
+#include "fb2/Fb2Export.h"
+#include "fb2/Fb2Schema.h"
 #include "common/Text.h"
 #include "markup/BookMarkup.h"
 #include "markup/PlainHtml.h"
 #include "shell/SaveBook.h"
+#include "shell/WorkshopFolder.h"
 
 namespace pw::shell {
 namespace {
@@ -26,11 +30,59 @@ bool WritePlainHtml(const OutputJob& job, std::string& error) {
   return false;
 }
 
+// Fields given for the batch win over what the book's own description says.
+void Overlay(fb2::Fb2Description& book, const fb2::Fb2Description& given) {
+  if (!given.genres.empty()) book.genres = given.genres;
+  if (!given.authors.empty()) book.authors = given.authors;
+  if (!given.title.empty()) book.title = given.title;
+  if (!given.annotation.empty()) book.annotation = given.annotation;
+  if (!given.lang.empty()) book.lang = given.lang;
+  if (!given.sequenceName.empty()) book.sequenceName = given.sequenceName;
+  if (!given.sequenceNumber.empty()) book.sequenceNumber = given.sequenceNumber;
+}
+
+bool WriteFb2(const OutputJob& job, std::string& error) {
+  common::RecordingSink quietSink;
+  common::Messages quietMessages(quietSink, job.settings.interfaceLanguage);
+  common::Messages& messages = job.messages ? *job.messages : quietMessages;
+  common::Session session(job.progress, messages);
+  session.settings = job.settings;
+  session.workFolder = job.bookFolder;
+  common::ParseCodePage(job.settings.bookCodePage, session.codePage);
+
+  fb2::Fb2Description description;
+  fb2::Fb2ExportOptions options = fb2::ExportOptionsFromSettings(job.settings);
+  options.fallbackTitle = job.output.stem().string();
+  bool zip = job.settings.fb2Zip;
+  if (job.fb2) {
+    Overlay(description, job.fb2->description);
+    options.cover = job.fb2->cover;
+    zip = zip || job.fb2->zip;
+  }
+  fb2::Fb2ExportResult result;
+  if (!fb2::MakeFb2File(job.document, description, options, job.bookFolder, job.output, zip, session, &result,
+                        false)) {
+    error = result.ok ? "" : "the export was cancelled";
+    return false;
+  }
+  if (job.fb2 && job.fb2->validate) {
+    const auto findings = fb2::ValidateFb2Schema(result.bytes, ShippedDataFolder() / fb2::kFb2SchemaFile);
+    for (const auto& finding : findings)
+      messages.ShowText(job.output.string() + ":" + std::to_string(finding.line) + ": " + finding.message);
+    if (!findings.empty()) {
+      error = "the written book is not valid FictionBook 2";
+      return false;
+    }
+  }
+  return true;
+}
+
 // The writers of this build, in one place.
 const std::vector<BookWriter>& Writers() {
   static const std::vector<BookWriter> writers{
       {"html0", "html0", WriteStored},
       {"html", "html", WritePlainHtml},
+      {"fb2", "fb2", WriteFb2},
   };
   return writers;
 }

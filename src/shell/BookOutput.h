@@ -1,5 +1,5 @@
 // Writers of the open book to an output file, one per output form ("html0" the stored book,
-// "html" plain HTML), looked up by name. The FictionBook writer joins this list with its issue.
+// "html" plain HTML, "fb2" FictionBook), looked up by name.
 #pragma once
 
 #include <filesystem>
@@ -9,11 +9,21 @@
 #include <string_view>
 #include <vector>
 
+#include "common/Messages.h"
 #include "common/Progress.h"
 #include "common/Settings.h"
+#include "fb2/Description.h"
 #include "markup/StoredBook.h"
 
 namespace pw::shell {
+
+// What a batch adds to every FictionBook it writes.
+struct Fb2Request {
+  fb2::Fb2Description description;  // fields given on the command line; the book fills the rest
+  std::filesystem::path cover;
+  bool zip = false;
+  bool validate = false;  // check the written file against the schema; invalid is a failure
+};
 
 // The open book as a writer gets it.
 struct OutputJob {
@@ -25,6 +35,8 @@ struct OutputJob {
   std::string dateText;   // for the signature
   const common::Settings& settings;
   common::Progress& progress;
+  common::Messages* messages = nullptr;  // questions and warnings; none: answered by default
+  const Fb2Request* fb2 = nullptr;
 };
 
 struct BookWriter {

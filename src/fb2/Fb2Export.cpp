@@ -284,7 +284,7 @@ Fb2ExportResult ConvertHtml0ToFb2(std::string_view html0, const Fb2Description& 
   bodyOptions.bookForLibrary = options.bookForLibrary;
   bodyOptions.multiEmptyLines = options.multiEmptyLines;
   bodyOptions.lineEnds = !options.removeLineEnds;
-  bodyOptions.signatureDate = TodayShortDate();
+  bodyOptions.signatureDate = options.signatureDate.empty() ? TodayShortDate() : options.signatureDate;
   const Fb2Bodies bodies = WriteFb2Bodies(book, bodyOptions, progress);
 
   std::string xml;

@@ -26,6 +26,7 @@ struct Fb2ExportOptions {
   bool keepPictureSizes = false;
   std::filesystem::path cover;     // cover picture; empty when none
   std::string fallbackTitle;       // the book title when neither description nor book has one
+  std::string signatureDate;       // the date line of the older cleaning's signature; empty: today
 };
 
 // The export options of the settings record.

@@ -197,10 +197,12 @@ class LineBuilder {
   void Text(std::string_view text) {
     if (text.empty()) return;
     std::string piece;
-    bool blank = pendingBlank_;
-    AppendBookText(piece, text, blank);
+    bool trailingBlank = false;
+    AppendBookText(piece, text, trailingBlank);
+    bool leadingBlank = !piece.empty() && piece.front() == ' ';
+    if (leadingBlank) piece.erase(0, 1);
     if (piece.empty()) {
-      pendingBlank_ = blank;
+      pendingBlank_ = pendingBlank_ || leadingBlank || trailingBlank;
       return;
     }
     // Blanks and no-break spaces at the very start of the line are its indent, not text.
@@ -217,14 +219,18 @@ class LineBuilder {
         return;
       }
     }
-    if (pendingBlank_ && hasText_) xml_.push_back(' ');
-    pendingBlank_ = blank;
-    SyncStyles();
+    // Styles that end here close before the blank, styles that begin open after it.
+    CloseUnwantedStyles();
+    if ((pendingBlank_ || leadingBlank) && hasText_) xml_.push_back(' ');
+    pendingBlank_ = trailingBlank;
+    OpenWantedStyles();
     xml_ += piece;
     hasText_ = true;
-    if (!NonBlank(piece)) return;
-    hasVisible_ = true;
+    if (NonBlank(piece)) hasVisible_ = true;
   }
+
+  // Styles in force that are not written (the element's own look: the italics of a verse).
+  void Suppress(Style style, bool suppressed) { suppressed_[style] = suppressed; }
 
   void SetStyle(Style style, bool on) {
     if (on) ++depth_[style];
@@ -290,13 +296,18 @@ class LineBuilder {
     pendingBlank_ = false;
   }
 
-  void SyncStyles() {
+  bool Wanted(int s) const { return depth_[s] > 0 && !suppressed_[s]; }
+
+  void CloseUnwantedStyles() {
     size_t keep = 0;
-    while (keep < open_.size() && depth_[open_[keep]] > 0) ++keep;
+    while (keep < open_.size() && Wanted(open_[keep])) ++keep;
     while (open_.size() > keep) CloseTop();
+  }
+
+  void OpenWantedStyles() {
     for (int s = 0; s < kStyleCount; ++s) {
-      if (depth_[s] == 0 || std::find(open_.begin(), open_.end(), s) != open_.end()) continue;
-      // "sub" and "sup" exclude each other; the later one wins.
+      if (!Wanted(s) || std::find(open_.begin(), open_.end(), s) != open_.end()) continue;
+      // "sub" and "sup" exclude each other; the one opened first stays.
       if ((s == kSub && std::find(open_.begin(), open_.end(), kSup) != open_.end()) ||
           (s == kSup && std::find(open_.begin(), open_.end(), kSub) != open_.end()))
         continue;
@@ -327,6 +338,7 @@ class LineBuilder {
 
   std::string xml_;
   std::array<int, kStyleCount> depth_{};
+  std::array<bool, kStyleCount> suppressed_{};
   std::vector<Style> open_;
   bool linkOpen_ = false;
   bool pendingBlank_ = false;
@@ -449,6 +461,10 @@ class Reader {
       headingText_ += text;
       return;
     }
+    const bool italicElement = std::any_of(spans_.begin(), spans_.end(), [](const OpenSpan& span) {
+      return span.kind == SpanKind::Verse || span.kind == SpanKind::Epigraph;
+    });
+    line_.Suppress(kEmphasis, italicElement);
     line_.Text(text);
   }
 

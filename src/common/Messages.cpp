@@ -74,6 +74,10 @@ constexpr std::array kMessages{
                "- дважды щёлкните по первому примечанию;\n- Shift+щелчок по последнему примечанию;\n"
                "- Формат -> выбранные примечания.\nПродолжить без оформления?"},
     MessageRow{Msg::Fb2BookSaved, "the book was saved as\n", "книга сохранена как\n"},
+    MessageRow{Msg::Fb2DescriptionNotFound, "Fiction Book description not found",
+               "описание книги FictionBook не найдено"},
+    MessageRow{Msg::Fb2ImportSkipped, "parts of the FB2 file could not be read as they are: ",
+               "часть файла FB2 не удалось прочитать как есть: "},
 };
 static_assert(kMessages.size() == static_cast<size_t>(Msg::Count_),
               "every message needs its row");

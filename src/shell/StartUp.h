@@ -24,7 +24,7 @@ namespace pw::shell {
 inline constexpr std::string_view kLoadingStatus = " ...loading Pagewright...";
 inline constexpr std::string_view kLoadingLastBookStatus = " ...loading last book...";
 inline constexpr std::string_view kTutorialBook = "1_MyFirstEbook.html0";
-inline constexpr std::string_view kZoomProbeName = "IEzoomTest.htm";
+inline constexpr std::string_view kZoomProbeName = "ZoomTest.htm";
 
 enum class OpenMode { None, CommLine, ShortcutOrFileClick };
 

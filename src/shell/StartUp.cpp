@@ -162,6 +162,7 @@ void Shell::Exit() {
   fs::remove(workshop_.inputCopy() / ("tmp" + std::to_string(instance_->serial())), ignored);
   fs::remove(scratch, ignored);  // only when nothing else is left in it
   SaveSettings(workshop_.settingsFile(), settings_);
+  instance_.reset();  // lets go of the instance's lock: a copy started now is a first copy
 }
 
 }  // namespace pw::shell

@@ -74,6 +74,12 @@ constexpr std::array kMessages{
                "- дважды щёлкните по первому примечанию;\n- Shift+щелчок по последнему примечанию;\n"
                "- Формат -> выбранные примечания.\nПродолжить без оформления?"},
     MessageRow{Msg::Fb2BookSaved, "the book was saved as\n", "книга сохранена как\n"},
+    MessageRow{Msg::HtmlCannotTransform, "cannot transform to Pagewright format",
+               "преобразование в Pagewright формат невозможно"},
+    MessageRow{Msg::HtmlKeepFormatFailed, "cannot transform to Pagewright format keeping original format",
+               "преобразование в Pagewright формат с сохранением исходного форматирования невозможно"},
+    MessageRow{Msg::HtmlTryReformatting, "Do you want to try the complete re-formatting?",
+               "Попробовать полное переформатирование?"},
     MessageRow{Msg::Fb2DescriptionNotFound, "Fiction Book description not found",
                "описание книги FictionBook не найдено"},
     MessageRow{Msg::Fb2ImportSkipped, "parts of the FB2 file could not be read as they are: ",

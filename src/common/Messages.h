@@ -43,6 +43,9 @@ enum class Msg {
   Fb2OutputLocked,          // + path: the output file exists and cannot be written
   Fb2UnformattedNotes,      // a yes/no question
   Fb2BookSaved,             // + path
+  HtmlCannotTransform,
+  HtmlKeepFormatFailed,
+  HtmlTryReformatting,      // a yes/no question
   Fb2DescriptionNotFound,
   Fb2ImportSkipped,         // + what was left out or mended
   Count_                    // keep last

@@ -138,7 +138,8 @@ void RegisterConvertCommand(CLI::App& app, CommandAction& action) {
   fb2->add_option("--author", options->authors, "Book authors (\"First Last, First Last\")");
   fb2->add_option("--title", f.description.title, "Book title");
   fb2->add_option("--genre", options->genres, "Genre codes, comma-separated (see the FB2 genre list)");
-  fb2->add_option("--lang", f.description.lang, "Language code of the book (ru, en, ...)");
+  fb2->add_option("--book-lang", f.description.lang, "Language code written into the description (ru, en, ...; "
+                  "default: told from the text)");
   fb2->add_option("--sequence", f.description.sequenceName, "Series the book belongs to");
   fb2->add_option("--sequence-number", f.description.sequenceNumber, "Number of the book in its series");
   fb2->add_option("--annotation", f.description.annotation, "Annotation (a paragraph a line)");

@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "common/CodePage.h"
+#include "common/Files.h"
+#include "fb2/Fb2Schema.h"
+#include "shell/Converters.h"
+#include "support/TestSupport.h"
+
+namespace pw::app {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Program() { return test::ProgramPath().string(); }
+
+std::string Quote(const fs::path& path) { return "'" + path.string() + "'"; }
+
+// Every FB2 the command writes passes our schema, and the public one when the corpus is there.
+void ExpectValid(const fs::path& fb2) {
+  std::string bytes;
+  ASSERT_TRUE(common::ReadWholeFile(fb2, bytes)) << fb2;
+  for (const auto& f : fb2::ValidateFb2Schema(bytes, fs::path(PW_SOURCE_DATA_DIR) / fb2::kFb2SchemaFile))
+    ADD_FAILURE() << fb2 << ":" << f.line << ": " << f.message;
+  const fs::path publicSchema = test::CorpusPath("schema/FictionBook.xsd");
+  if (!publicSchema.empty() && fs::exists(publicSchema))
+    for (const auto& f : fb2::ValidateFb2Schema(bytes, publicSchema))
+      ADD_FAILURE() << fb2 << " (public schema):" << f.line << ": " << f.message;
+}
+
+TEST(Fb2Convert, TutorialBookWithOptions) {
+  test::ScratchFolder folder;
+  const std::string home = " --home " + Quote(folder / "home");
+  const fs::path source = fs::path(PW_SOURCE_DATA_DIR) / "Self Teaching" / "1_MyFirstEbook.html0";
+  std::string output;
+  ASSERT_EQ(test::RunCommand(Program() + " convert -q --validate --yes --encoding windows-1251 --dashes long --zip "
+                                 "--author 'Анна Писатель' --title 'Учебник' --genre 'reference, sci_linguistic' "
+                                 "--book-lang ru --sequence 'Школа' --sequence-number 1 " +
+                                 Quote(source) + " -o " + Quote(folder / "t.fb2") + home,
+                             &output),
+            0)
+      << output;
+  ExpectValid(folder / "t.fb2");
+  EXPECT_TRUE(fs::exists(folder / "t.fb2.zip"));
+  std::string bytes;
+  ASSERT_TRUE(common::ReadWholeFile(folder / "t.fb2", bytes));
+  EXPECT_EQ(bytes.rfind("<?xml version=\"1.0\" encoding=\"windows-1251\"?>", 0), 0u);
+  const std::string text = common::DecodeToUtf8(bytes, common::CodePage::Win1251);
+  for (const char* part : {"<first-name>Анна</first-name>", "<last-name>Писатель</last-name>",
+                           "<book-title>Учебник</book-title>", "<genre>reference</genre>", "<genre>sci_linguistic</genre>",
+                           "<sequence name=\"Школа\" number=\"1\"/>", "<lang>ru</lang>"})
+    EXPECT_NE(text.find(part), std::string::npos) << part;
+}
+
+TEST(Fb2Convert, CorpusBooksBecomeValidFb2) {
+  const fs::path corpus = test::CorpusPath("");
+  if (corpus.empty() || !fs::exists(corpus)) GTEST_SKIP() << "no sample corpus beside the checkout";
+  test::ScratchFolder folder;
+  const std::string home = " --home " + Quote(folder / "home");
+  int converted = 0, tried = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(corpus)) {
+    if (!entry.is_regular_file()) continue;
+    // Every book that the converters of this build read.
+    const std::string extension = common::LowerExtension(entry.path());
+    if (!shell::BuiltInConverters().Find(extension)) continue;
+    ++tried;
+    const fs::path out = folder / (std::to_string(tried) + ".fb2");
+    std::string output;
+    const int code = test::RunCommand(Program() + " convert -q --yes --validate " + Quote(entry.path()) + " -o " +
+                                          Quote(out) + home,
+                                      &output);
+    EXPECT_EQ(code, 0) << entry.path() << "\n" << output;
+    if (code != 0) continue;
+    ExpectValid(out);
+    ++converted;
+  }
+  std::printf("corpus books to valid FB2: %d of %d\n", converted, tried);
+}
+
+}  // namespace
+}  // namespace pw::app

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "fb2/Fb2Import.h"
 #include "shell/CitationFile.h"
 #include "shell/StoredBookInput.h"
 
@@ -33,11 +34,17 @@ constexpr StatusRow kStatuses[] = {
     {"doc", "...converting doc to html..."},
 };
 
+bool ConvertFb2Book(ConvertJob& job) {
+  return fb2::ConvertFb2FileToHtml0(job.input, job.workingDocument, job.session).has_value();
+}
+
 // The one place where formats are registered, in the order they are tried.
 ConverterRegistry MakeBuiltInConverters() {
   ConverterRegistry registry;
   registry.Add({"stored book", {"html0"}, ConvertStoredBook});
   registry.Add({"citation file", {"cit"}, ConvertCitationFile});
+  registry.Add({"FictionBook", {"fb2"}, ConvertFb2Book});
+  registry.Add({"FictionBook XML", {"xml"}, ConvertFb2Book});
   return registry;
 }
 

@@ -84,6 +84,8 @@ constexpr std::array kMessages{
                "описание книги FictionBook не найдено"},
     MessageRow{Msg::Fb2ImportSkipped, "parts of the FB2 file could not be read as they are: ",
                "часть файла FB2 не удалось прочитать как есть: "},
+    MessageRow{Msg::Fb2GenreLeftOut, "genre left out, it is not an FB2 genre code: ",
+               "жанр пропущен, такого кода жанра в FB2 нет: "},
 };
 static_assert(kMessages.size() == static_cast<size_t>(Msg::Count_),
               "every message needs its row");

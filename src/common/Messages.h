@@ -48,6 +48,7 @@ enum class Msg {
   HtmlTryReformatting,      // a yes/no question
   Fb2DescriptionNotFound,
   Fb2ImportSkipped,         // + what was left out or mended
+  Fb2GenreLeftOut,          // + genre code
   Count_                    // keep last
 };
 

@@ -14,6 +14,7 @@
 #include "common/Text.h"
 #include "common/Utf8.h"
 #include "fb2/Fb2Body.h"
+#include "fb2/GenreCodes.h"
 #include "fb2/Html0Reader.h"
 #include "fb2/Pictures.h"
 #include "import/Charset.h"
@@ -270,6 +271,11 @@ Fb2ExportResult ConvertHtml0ToFb2(std::string_view html0, const Fb2Description& 
   }
 
   Fb2Description full = description;
+  std::erase_if(full.genres, [&](const std::string& genre) {
+    if (IsGenreCode(genre)) return false;
+    result.warnings.push_back(session.messages.Text(common::Msg::Fb2GenreLeftOut, genre));
+    return true;
+  });
   BookFacts facts;
   facts.author = XmlToPlain(book.bookAuthor);
   facts.title = XmlToPlain(book.bookTitle);

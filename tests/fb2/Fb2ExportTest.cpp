@@ -12,6 +12,7 @@
 #include "fb2/Fb2Checks.h"
 #include "fb2/Fb2Dashes.h"
 #include "fb2/Fb2Schema.h"
+#include "fb2/GenreCodes.h"
 #include "fb2/Pictures.h"
 #include "markup/BookMarkup.h"
 #include "support/TestSupport.h"
@@ -292,6 +293,32 @@ TEST(Fb2Export, PicturesAndCover) {
   EXPECT_EQ(out.fb2.find("pic_3"), std::string::npos);
   ASSERT_EQ(out.warnings.size(), 1u);
   EXPECT_NE(out.warnings[0].find("not supported image format: "), std::string::npos);
+}
+
+TEST(Fb2Export, GenresAreTheSchemasAndOthersAreLeftOut) {
+  std::string schema;
+  ASSERT_TRUE(common::ReadWholeFile(fs::path(PW_SOURCE_DATA_DIR) / kFb2SchemaFile, schema));
+  const size_t type = schema.find("name=\"genreType\"");
+  ASSERT_NE(type, std::string::npos);
+  std::vector<std::string> listed;
+  const std::string mark = "<xs:enumeration value=\"";
+  for (size_t at = schema.find(mark, type); at != std::string::npos; at = schema.find(mark, at + 1)) {
+    const size_t start = at + mark.size();
+    listed.push_back(schema.substr(start, schema.find('"', start) - start));
+  }
+  ASSERT_EQ(listed.size(), GenreCodes().size());
+  for (size_t i = 0; i < listed.size(); ++i) EXPECT_EQ(listed[i], GenreCodes()[i]);
+
+  Fb2Description d = FixedDescription();
+  d.genres = {"romance_historical", "prose_classic", "made_up"};
+  const auto out = Export(Book(MakeParagraph("Text.")), LibraryOptions(), {}, d);
+  EXPECT_NE(out.fb2.find("<genre>prose_classic</genre>"), std::string::npos);
+  EXPECT_EQ(out.fb2.find("made_up"), std::string::npos);
+  ASSERT_EQ(out.warnings.size(), 2u);
+  EXPECT_EQ(out.warnings[0], "genre left out, it is not an FB2 genre code: romance_historical");
+  d.genres = {"made_up"};
+  EXPECT_NE(Export(Book(MakeParagraph("Text.")), LibraryOptions(), {}, d).fb2.find("<genre>unrecognised</genre>"),
+            std::string::npos);
 }
 
 TEST(Fb2Export, FileNamesAndTheWrittenFile) {

@@ -133,6 +133,9 @@ void RegisterConvertCommand(CLI::App& app, CommandAction& action) {
   fb2->add_flag("--remove-line-ends", options->removeLineEnds, "Write the whole file without line breaks");
   fb2->add_flag("--keep-picture-sizes", options->keepPictureSizes, "Do not fit pictures to a 238x318 screen");
   fb2->add_option("--cover", f.cover, "Cover picture")->check(CLI::ExistingFile);
+  fb2->add_option("--description", f.descriptionFile,
+                  "An FB2 file whose description every book takes (fields given one by one still win)")
+      ->check(CLI::ExistingFile);
   fb2->add_flag("--zip", f.zip, "Also pack each FB2 file into FILE.fb2.zip");
   fb2->add_flag("--validate", f.validate, "Check each written FB2 file against the schema; invalid is a failure");
   fb2->add_option("--author", options->authors, "Book authors (\"First Last, First Last\")");

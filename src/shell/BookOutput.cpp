@@ -2,6 +2,7 @@
 
 #include "common/Files.h"
 #include "common/Session.h"
+#include "fb2/DescriptionReader.h"
 #include "fb2/Fb2Export.h"
 #include "fb2/Fb2Schema.h"
 #include "common/Text.h"
@@ -50,7 +51,23 @@ bool WriteFb2(const OutputJob& job, std::string& error) {
   session.workFolder = job.bookFolder;
   common::ParseCodePage(job.settings.bookCodePage, session.codePage);
 
+  // The book's own description (kept in its folder), or the one of the file given for the
+  // batch; the fields given one by one win over both.
   fb2::Fb2Description description;
+  if (auto stored = fb2::ReadDescriptionFile(job.bookFolder)) description = std::move(*stored);
+  if (job.fb2 && !job.fb2->descriptionFile.empty()) {
+    std::string bytes;
+    if (!common::ReadWholeFile(job.fb2->descriptionFile, bytes)) {
+      error = "cannot read " + job.fb2->descriptionFile.string();
+      return false;
+    }
+    auto given = fb2::ReadFb2FileDescription(bytes, job.settings.importLanguage);
+    if (!given) {
+      error = messages.Text(common::Msg::Fb2DescriptionNotFound) + ": " + job.fb2->descriptionFile.string();
+      return false;
+    }
+    description = std::move(*given);
+  }
   fb2::Fb2ExportOptions options = fb2::ExportOptionsFromSettings(job.settings);
   options.fallbackTitle = job.output.stem().string();
   bool zip = job.settings.fb2Zip;

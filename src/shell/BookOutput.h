@@ -20,6 +20,7 @@ namespace pw::shell {
 // What a batch adds to every FictionBook it writes.
 struct Fb2Request {
   fb2::Fb2Description description;  // fields given on the command line; the book fills the rest
+  std::filesystem::path descriptionFile;  // an FB2 file whose description the books take
   std::filesystem::path cover;
   bool zip = false;
   bool validate = false;  // check the written file against the schema; invalid is a failure

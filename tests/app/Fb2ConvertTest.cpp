@@ -51,6 +51,23 @@ TEST(Fb2Convert, TutorialBookWithOptions) {
                            "<book-title>Учебник</book-title>", "<genre>reference</genre>", "<genre>sci_linguistic</genre>",
                            "<sequence name=\"Школа\" number=\"1\"/>", "<lang>ru</lang>"})
     EXPECT_NE(text.find(part), std::string::npos) << part;
+
+  // Another book takes that file's description; a field given on its own still wins.
+  ASSERT_EQ(test::RunCommand(Program() + " convert -q --validate --yes --description " + Quote(folder / "t.fb2") +
+                                 " --title 'Другое' " + Quote(source) + " -o " + Quote(folder / "u.fb2") + home,
+                             &output),
+            0)
+      << output;
+  ExpectValid(folder / "u.fb2");
+  ASSERT_TRUE(common::ReadWholeFile(folder / "u.fb2", bytes));
+  for (const char* part : {"<last-name>Писатель</last-name>", "<book-title>Другое</book-title>",
+                           "<sequence name=\"Школа\" number=\"1\"/>"})
+    EXPECT_NE(bytes.find(part), std::string::npos) << part;
+  EXPECT_NE(test::RunCommand(Program() + " convert -q --description " + Quote(source) + " " + Quote(source) + " -o " +
+                                 Quote(folder / "v.fb2") + home,
+                             &output),
+            0);
+  EXPECT_NE(output.find("Fiction Book description not found"), std::string::npos) << output;
 }
 
 TEST(Fb2Convert, CorpusBooksBecomeValidFb2) {

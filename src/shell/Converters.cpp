@@ -21,7 +21,7 @@ constexpr StatusRow kStatuses[] = {
     {"tcr", "...converting tcr to html..."},
     {"pdb", "...converting Palm file to html..."},
     {"prc", "...converting Palm file to html..."},
-    {"kml", "...converting hiebook file to html..."},
+    {"kml", "...converting kml file to html..."},
     {"xml", "...converting xml to html..."},
     {"fb2", "...converting fb2 to html..."},
     {"rtf", "...converting rtf to html..."},
@@ -54,10 +54,10 @@ const std::string_view kOpenDialogFilter =
     "all (*.txt;*.htm;*.html;*.shtml;*.doc;*.rtf;*.pdf;*.lit;*.prc;*.pdb;*.rb;*.kml;*.fb2;*.xml;*.tcr;"
     "*.html0;*.cit;*.zip;*.rar)|*.txt;*.htm;*.html;*.shtml;*.doc;*.rtf;*.pdf;*.lit;*.prc;*.pdb;*.rb;*.kml;"
     "*.fb2;*.xml;*.tcr;*.html0;*.cit;*.zip;*.rar|txt files (*.txt)|*.txt|html files (*.htm;*.html;*.shtml)|"
-    "*.htm;*.html;*.shtml|MS Word files (*.doc)|*.doc|rtf files (*.rtf)|*.rtf|Acrobat files (*.pdf)|*.pdf|"
-    "MS Reader files (*.lit)|*.lit|MobiPocket Reader files (*.prc)|*.prc|Palm Reader files (*.pdb)|*.pdb|"
-    "Rocket eBook files (*.rb)|*.rb|hiebook files (*.kml)|*.kml|FictionBook files (*.fb2)|*.fb2|"
-    "xml files (*.xml)|*.xml|Psion files (*.tcr)|*.tcr|Pagewright files (*.html0;*.cit)|*.html0;*.cit|"
+    "*.htm;*.html;*.shtml|doc files (*.doc)|*.doc|rtf files (*.rtf)|*.rtf|pdf files (*.pdf)|*.pdf|"
+    "lit files (*.lit)|*.lit|prc files (*.prc)|*.prc|pdb files (*.pdb)|*.pdb|"
+    "rb files (*.rb)|*.rb|kml files (*.kml)|*.kml|FictionBook files (*.fb2)|*.fb2|"
+    "xml files (*.xml)|*.xml|tcr files (*.tcr)|*.tcr|Pagewright files (*.html0;*.cit)|*.html0;*.cit|"
     "archive files (*.zip;*.rar)|*.zip;*.rar|";
 
 std::string_view ConversionStatus(std::string_view extension) {

@@ -370,6 +370,7 @@ class Tidier {
         if (info->name != "sequence" && InTextContainer()) {
           if (info->name == "image") BeforeContent();
           else needSpace_ = false;
+          blankWritten_ = false;
         } else {
           needSpace_ = justOpened_ = false;
         }
@@ -473,7 +474,7 @@ class Tidier {
     std::string_view source = info->name;
     const size_t inner = InnermostNonInline();
     if (inner < stack_.size() && stack_[inner].info->kind == Kind::Text) {
-      if (info->name == "p" && stack_[inner].info->name != "p") {
+      if (info->name == "p" && stack_[inner].source != "p" && !stack_[inner].implicit) {
         // A paragraph inside a subtitle, verse line or field: its text belongs to the outer one.
         stack_.push_back({info, "p", true});
         needSpace_ = true;
@@ -509,7 +510,10 @@ class Tidier {
 
   // A pending blank is written before content, except at the start of a paragraph.
   void BeforeContent() {
-    if (needSpace_ && !justOpened_) out_ += ' ';
+    if (needSpace_ && !justOpened_ && !blankWritten_) {
+      out_ += ' ';
+      blankWritten_ = true;
+    }
     needSpace_ = justOpened_ = false;
   }
 
@@ -620,12 +624,14 @@ class Tidier {
         placed = true;
       }
       BeforeContent();
+      const size_t before = out_.size();
       if (c == '&' && !literal) {
         i += Reference(text, i, false);
-        continue;
+      } else {
+        Char(c, false);
+        ++i;
       }
-      Char(c, false);
-      ++i;
+      if (out_.size() != before) blankWritten_ = false;
     }
   }
 
@@ -670,7 +676,7 @@ class Tidier {
         out_ += "&amp;";
         return 1;
       }
-      if (code == 0 || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF) ||
+      if (code == 0 || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF) || code == 0xFFFE || code == 0xFFFF ||
           (code < 0x20 && code != '\t' && code != '\n' && code != '\r'))
         return length;  // not a character: dropped
       if (code == '&') out_ += "&amp;";
@@ -748,8 +754,9 @@ class Tidier {
   TidyReport& report_;
   std::string out_;
   std::vector<Open> stack_;
-  bool needSpace_ = false;
-  bool justOpened_ = false;
+  bool needSpace_ = false;   // white space seen since the last content
+  bool justOpened_ = false;  // a paragraph-like element has just started
+  bool blankWritten_ = false;  // a blank was written and no character since (only tags)
   std::unordered_set<std::string> xlinkPrefixes_{"xlink", "l"};
   std::unordered_set<std::string> fbPrefixes_;
   std::unordered_set<std::string> ids_;

@@ -48,6 +48,7 @@ struct TidyReport {
 std::string TidyFb2(std::string_view text, TidyReport& report);
 
 // Nesting beyond this depth is not followed: deeper tags lose their tags and keep their text.
-inline constexpr size_t kTidyMaxDepth = 400;
+// XML readers refuse documents nested much deeper, so nothing of use is lost.
+inline constexpr size_t kTidyMaxDepth = 200;
 
 }  // namespace pw::fb2

@@ -113,7 +113,10 @@ std::string MakeDescriptionDisplay(const Fb2Description& d, const common::Elemen
   Field(out, "program used", d.program);
   Field(out, "id", d.id);
   Field(out, "version", d.version);
-  Field(out, "publisher", Joined({d.publisher, d.city, d.year}));
+  Field(out, "book name", d.bookName);
+  Field(out, "publisher", d.publisher);
+  Field(out, "city", d.city);
+  Field(out, "year", d.year);
   Field(out, "isbn", d.isbn);
 
   if (const std::string annotation = Paragraphs(d.annotation); !annotation.empty()) {

@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "app/Commands.h"
+#include "app/WorkshopServer.h"
 
 namespace {
 
@@ -18,6 +19,17 @@ int main(int argc, char** argv) {
       "pagewright"};
   app.set_version_flag("--version", std::string("pagewright ") + PW_VERSION);
   app.require_subcommand(0, 1);
+
+  // Without a subcommand the program is the workshop, on the book named (if any).
+  pw::app::WorkshopOptions workshop;
+  std::string book, bookAfterR;
+  app.add_option("BOOK", book, "Book to open in the workshop");
+  app.add_option("-r", bookAfterR, "Book to open in the workshop (as from a shortcut)");
+  app.add_option("--port", workshop.port, "Port of the workshop on 127.0.0.1 (default: a free one)")
+      ->check(CLI::Range(1, 65535));
+  bool noBrowser = false;
+  app.add_flag("--no-browser", noBrowser, "Print the workshop's address but do not open a browser");
+  app.add_option("--home", workshop.home, "Workshop folder (default: $PAGEWRIGHT_HOME, else the per-user data folder)");
 
   pw::app::CommandAction action;
   pw::app::RegisterConvertCommand(app, action);
@@ -35,8 +47,10 @@ int main(int argc, char** argv) {
   }
 
   if (!action) {
-    std::cout << app.help();
-    return 0;
+    workshop.openBrowser = !noBrowser;
+    if (!bookAfterR.empty()) workshop.commandLine = "-r " + bookAfterR;
+    else workshop.commandLine = book;
+    action = [workshop] { return pw::app::RunWorkshop(workshop); };
   }
   try {
     return action();

@@ -1,0 +1,381 @@
+#include "app/WorkshopServer.h"
+
+#include <httplib.h>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <random>
+
+#include "app/WebFiles.h"
+#include "common/Files.h"
+#include "common/Session.h"
+#include "common/Text.h"
+#include "fb2/DescriptionReader.h"
+#include "fb2/Fb2Export.h"
+#include "shell/BookSession.h"
+
+namespace pw::app {
+
+namespace fs = std::filesystem;
+using json = nlohmann::json;
+
+namespace {
+
+constexpr size_t kMaxBody = 256u << 20;  // a large book upload, and nothing beyond
+constexpr std::string_view kCookie = "pw_secret";
+
+std::string MakeSecret() {
+  std::random_device device;
+  std::string secret;
+  static constexpr char kDigits[] = "0123456789abcdef";
+  for (int i = 0; i < 32; ++i) secret.push_back(kDigits[device() % 16]);
+  return secret;
+}
+
+std::string ContentType(std::string_view name) {
+  const std::string extension = common::LowerExtension(fs::path(name));
+  if (extension == "html" || extension == "htm" || extension == "html0") return "text/html; charset=utf-8";
+  if (extension == "js") return "text/javascript; charset=utf-8";
+  if (extension == "css") return "text/css; charset=utf-8";
+  if (extension == "png") return "image/png";
+  if (extension == "jpg" || extension == "jpeg") return "image/jpeg";
+  if (extension == "gif") return "image/gif";
+  if (extension == "svg") return "image/svg+xml";
+  return "application/octet-stream";
+}
+
+// "~" at the start of a folder setting is the user's home.
+fs::path ExpandFolder(const std::string& folder) {
+  if (common::StartsWith(folder, "~")) {
+    const char* home = std::getenv("HOME");
+    return fs::path(home ? home : ".") / folder.substr(folder.size() > 1 && folder[1] == '/' ? 2 : 1);
+  }
+  return folder;
+}
+
+void Reply(httplib::Response& response, const json& body, int status = 200) {
+  response.status = status;
+  response.set_content(body.dump(), "application/json");
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------
+
+bool PageEditor::Load(const fs::path& file) {
+  std::string text;
+  if (!common::ReadWholeFile(file, text)) return false;
+  std::lock_guard lock(mutex_);
+  document_ = std::move(text);
+  file_ = file;
+  ++version_;
+  loaded_ = true;
+  return true;
+}
+
+bool PageEditor::Document(std::string& html) {
+  std::lock_guard lock(mutex_);
+  if (!loaded_) return false;
+  html = document_;
+  return true;
+}
+
+void PageEditor::SetCaption(std::string_view caption) {
+  std::lock_guard lock(mutex_);
+  caption_ = caption;
+}
+
+void PageEditor::Edit(std::string html) {
+  std::lock_guard lock(mutex_);
+  document_ = std::move(html);
+}
+
+PageEditor::Snapshot PageEditor::Current() const {
+  std::lock_guard lock(mutex_);
+  return {document_, file_, version_, caption_};
+}
+
+void PageChannel::Status(std::string_view text) {
+  std::lock_guard lock(mutex_);
+  state_.status = text;
+}
+
+void PageChannel::Percent(int percent) {
+  std::lock_guard lock(mutex_);
+  state_.percent = percent;
+}
+
+void PageChannel::Show(std::string_view text) {
+  std::lock_guard lock(mutex_);
+  if (state_.messages.size() < 100) state_.messages.emplace_back(text);
+}
+
+bool PageChannel::Ask(std::string_view text, bool defaultAnswer) {
+  Show(text);
+  return defaultAnswer;
+}
+
+PageChannel::State PageChannel::TakeState() {
+  std::lock_guard lock(mutex_);
+  State state = state_;
+  state_.messages.clear();
+  return state;
+}
+
+// ---------------------------------------------------------------------------------------------
+
+WorkshopServer::WorkshopServer(WorkshopOptions options) : options_(std::move(options)), secret_(MakeSecret()) {}
+
+WorkshopServer::~WorkshopServer() {
+  Stop();
+  if (watcher_.joinable()) watcher_.join();
+}
+
+std::string WorkshopServer::Address() const {
+  return "http://127.0.0.1:" + std::to_string(port_) + "/?s=" + secret_;
+}
+
+bool WorkshopServer::Start() {
+  shell::WorkshopFolder workshop{shell::ResolveWorkshopFolder(options_.home)};
+  shell_ = std::make_unique<shell::Shell>(workshop, shell::ShippedDataFolder(), editor_, channel_, channel_);
+  shell_->StartUp(options_.commandLine);
+  server_ = std::make_unique<httplib::Server>();
+  server_->set_payload_max_length(kMaxBody);
+  Routes();
+  if (options_.port > 0) {
+    if (!server_->bind_to_port("127.0.0.1", options_.port)) return false;
+    port_ = options_.port;
+  } else {
+    port_ = server_->bind_to_any_port("127.0.0.1");
+    if (port_ <= 0) return false;
+  }
+  lastSeen_ = std::chrono::steady_clock::now().time_since_epoch().count();
+  return true;
+}
+
+void WorkshopServer::Serve() {
+  watcher_ = std::thread([this] { Watch(); });
+  server_->listen_after_bind();
+  stopping_ = true;
+  if (watcher_.joinable()) watcher_.join();
+  std::lock_guard lock(bookMutex_);
+  shell_->Exit();
+}
+
+void WorkshopServer::Stop() {
+  stopping_ = true;
+  if (server_) server_->stop();
+}
+
+void WorkshopServer::Watch() {
+  while (!stopping_) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+    const auto idle = std::chrono::steady_clock::duration(now - lastSeen_.load());
+    if (idle > options_.idleLimit) {
+      Stop();
+      return;
+    }
+  }
+}
+
+bool WorkshopServer::Allowed(const httplib::Request& request, httplib::Response& response) const {
+  const std::string own = "127.0.0.1:" + std::to_string(port_);
+  const std::string ownLocal = "localhost:" + std::to_string(port_);
+  const std::string host = request.get_header_value("Host");
+  bool ok = host == own || host == ownLocal;
+  if (ok && request.has_header("Origin")) {
+    const std::string origin = request.get_header_value("Origin");
+    ok = origin == "http://" + own || origin == "http://" + ownLocal;
+  }
+  if (ok) {
+    const bool inAddress = request.path == "/" && request.get_param_value("s") == secret_;
+    const bool inHeader = request.get_header_value("X-Pagewright-Secret") == secret_;
+    const std::string cookies = request.get_header_value("Cookie");
+    const bool inCookie = cookies.find(std::string(kCookie) + "=" + secret_) != std::string::npos;
+    ok = inAddress || inHeader || inCookie;
+  }
+  if (!ok) {
+    response.status = 403;
+    response.set_content("forbidden", "text/plain");
+  }
+  return ok;
+}
+
+void WorkshopServer::Routes() {
+  httplib::Server& server = *server_;
+  server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+    if (!Allowed(request, response)) return httplib::Server::HandlerResponse::Handled;
+    lastSeen_ = std::chrono::steady_clock::now().time_since_epoch().count();
+    return httplib::Server::HandlerResponse::Unhandled;
+  });
+
+  // The page and its files.
+  server.Get("/", [this](const httplib::Request&, httplib::Response& response) {
+    for (const WebFile& file : WebFiles())
+      if (file.name == "index.html") response.set_content(std::string(file.text), "text/html; charset=utf-8");
+    response.set_header("Set-Cookie", std::string(kCookie) + "=" + secret_ + "; HttpOnly; SameSite=Strict; Path=/");
+    response.set_header("Cache-Control", "no-store");
+  });
+  server.Get(R"(/web/([A-Za-z0-9_.-]+))", [](const httplib::Request& request, httplib::Response& response) {
+    const std::string name = request.matches[1];
+    for (const WebFile& file : WebFiles()) {
+      if (file.name == name) {
+        response.set_content(std::string(file.text), ContentType(name).c_str());
+        return;
+      }
+    }
+    response.status = 404;
+  });
+
+  // The open book's own files: the working document and the pictures beside it, nothing else.
+  server.Get(R"(/book/([^/]+))", [this](const httplib::Request& request, httplib::Response& response) {
+    const std::string name = request.matches[1];
+    const auto snapshot = editor_.Current();
+    if (name == "document") {
+      response.set_content(snapshot.html, "text/html; charset=utf-8");
+      response.set_header("Cache-Control", "no-store");
+      return;
+    }
+    if (name.find("..") != std::string::npos || snapshot.file.empty()) {
+      response.status = 404;
+      return;
+    }
+    const fs::path file = snapshot.file.parent_path() / name;
+    std::string bytes;
+    if (!fs::is_regular_file(file) || !common::ReadWholeFile(file, bytes)) {
+      response.status = 404;
+      return;
+    }
+    response.set_content(bytes, ContentType(name).c_str());
+  });
+
+  server.Get("/api/state", [this](const httplib::Request&, httplib::Response& response) {
+    const auto state = channel_.TakeState();
+    const auto snapshot = editor_.Current();
+    json body;
+    body["status"] = state.status;
+    body["percent"] = state.percent;
+    body["messages"] = std::vector<std::string>(state.messages.begin(), state.messages.end());
+    body["version"] = snapshot.version;
+    body["caption"] = snapshot.caption;
+    body["changed"] = shell_->session().changed();
+    body["book"] = shell_->session().bookPath();
+    const auto& recent = shell_->settings().recentFiles;
+    std::vector<std::string> files;
+    for (const auto& file : recent)
+      if (!file.empty() && file != common::kRecentFilesPlaceholder) files.push_back(file);
+    body["recent"] = files;
+    body["language"] = shell_->settings().interfaceLanguage == common::Language::Russian ? "ru" : "en";
+    Reply(response, body);
+  });
+
+  // The page's edits: the whole document, sent before a command reads it.
+  server.Post("/api/document", [this](const httplib::Request& request, httplib::Response& response) {
+    std::lock_guard lock(bookMutex_);
+    editor_.Edit(request.body);
+    shell_->session().MarkChanged();
+    Reply(response, {{"ok", true}});
+  });
+
+  server.Post("/api/open", [this](const httplib::Request& request, httplib::Response& response) {
+    const json in = json::parse(request.body, nullptr, false);
+    if (!in.is_object() || !in.contains("path") || !in["path"].is_string()) return Reply(response, {{"ok", false}}, 400);
+    std::lock_guard lock(bookMutex_);
+    const bool ok = shell_->session().PrepareBook(in["path"].get<std::string>());
+    Reply(response, {{"ok", ok}});
+  });
+
+  server.Post("/api/upload", [this](const httplib::Request& request, httplib::Response& response) {
+    if (!request.has_file("book")) return Reply(response, {{"ok", false}}, 400);
+    const auto file = request.get_file_value("book");
+    std::string name = fs::path(file.filename).filename().string();
+    if (name.empty() || name == "." || name == "..") name = "book.txt";
+    std::lock_guard lock(bookMutex_);
+    const fs::path folder = shell_->workshop().temp() / "uploads";
+    std::error_code error;
+    fs::create_directories(folder, error);
+    const fs::path path = folder / name;
+    if (!common::WriteFileAtomic(path, file.content)) return Reply(response, {{"ok", false}}, 500);
+    const bool ok = shell_->session().PrepareBook(path.string());
+    Reply(response, {{"ok", ok}});
+  });
+
+  server.Post("/api/command", [this](const httplib::Request& request, httplib::Response& response) {
+    const json in = json::parse(request.body, nullptr, false);
+    if (!in.is_object() || !in.contains("name") || !in["name"].is_string()) return Reply(response, {{"ok", false}}, 400);
+    const std::string name = in["name"];
+    std::lock_guard lock(bookMutex_);
+    bool ok = false;
+    if (name == "save") ok = shell_->SaveFileAndSettings();
+    else if (name == "empty") ok = shell_->session().MnEmptyBook();
+    else if (name == "reload") ok = shell_->session().MnReloadBook();
+    else if (name == "quit") {
+      ok = true;
+      Reply(response, {{"ok", ok}});
+      std::thread([this] { Stop(); }).detach();
+      return;
+    } else {
+      return Reply(response, {{"ok", false}, {"error", "unknown command"}}, 400);
+    }
+    Reply(response, {{"ok", ok}});
+  });
+
+  // The book as a FictionBook file: written to the output folder and sent back for download.
+  server.Post("/api/fb2", [this](const httplib::Request& request, httplib::Response& response) {
+    json in = json::parse(request.body, nullptr, false);
+    if (!in.is_object()) in = json::object();
+    std::lock_guard lock(bookMutex_);
+    std::string document;
+    if (!editor_.Document(document)) return Reply(response, {{"ok", false}}, 409);
+    const auto snapshot = editor_.Current();
+    common::Messages messages(channel_, shell_->settings().interfaceLanguage);
+    common::Session session(channel_, messages);
+    session.settings = shell_->settings();
+    fb2::Fb2ExportOptions options = fb2::ExportOptionsFromSettings(shell_->settings());
+    if (in.contains("encoding") && in["encoding"].is_string()) options.encoding = in["encoding"];
+    if (in.contains("dashes") && in["dashes"].is_string()) options.dashes = in["dashes"];
+    if (in.contains("library") && in["library"].is_boolean()) options.bookForLibrary = in["library"];
+    fb2::Fb2Description description;
+    const fs::path bookFolder = snapshot.file.parent_path();
+    if (auto stored = fb2::ReadDescriptionFile(bookFolder)) description = std::move(*stored);
+    if (in.contains("title") && in["title"].is_string() && !in["title"].get<std::string>().empty())
+      description.title = in["title"];
+    if (in.contains("author") && in["author"].is_string() && !in["author"].get<std::string>().empty())
+      description.authors = fb2::SplitAuthors(in["author"].get<std::string>());
+    if (in.contains("genre") && in["genre"].is_string() && !in["genre"].get<std::string>().empty())
+      description.genres = fb2::ParseGenreList(in["genre"].get<std::string>());
+    std::string name = in.contains("name") && in["name"].is_string() ? in["name"].get<std::string>() : "";
+    name = fb2::MakeFb2FileName(description, name, false, false);
+    const fs::path output = ExpandFolder(shell_->settings().fb2OutputFolder) / name;
+    fb2::Fb2ExportResult result;
+    if (!fb2::MakeFb2File(document, description, options, bookFolder, output, false, session, &result)) {
+      return Reply(response, {{"ok", false}}, 422);
+    }
+    response.set_content(result.bytes, "application/x-fictionbook+xml");
+    response.set_header("Content-Disposition", "attachment; filename=\"" + name + "\"");
+    response.set_header("X-Pagewright-Saved-As", output.string());
+  });
+}
+
+int RunWorkshop(const WorkshopOptions& options) {
+  WorkshopServer server(options);
+  if (!server.Start()) {
+    std::fprintf(stderr, "pagewright: cannot serve the workshop on 127.0.0.1%s\n",
+                 options.port > 0 ? (":" + std::to_string(options.port)).c_str() : "");
+    return 1;
+  }
+  std::printf("Pagewright workshop: %s\n", server.Address().c_str());
+  std::fflush(stdout);
+  if (options.openBrowser) {
+    const std::string command = "xdg-open '" + server.Address() + "' >/dev/null 2>&1 &";
+    if (std::system(command.c_str()) != 0) std::fprintf(stderr, "pagewright: open the address above in a browser\n");
+  }
+  server.Serve();
+  return 0;
+}
+
+}  // namespace pw::app

@@ -1,0 +1,227 @@
+// The workshop page: menus, the editor frame, the element list and the status line. Every
+// command goes to the server that served this page; the page only shows and edits.
+
+const $ = (id) => document.getElementById(id);
+const editor = $('editor');
+let shownVersion = -1;
+let dirty = false;
+
+// Element operations of the Format menu: [label, operation, shortcut digit].
+const FORMAT_OPERATIONS = [
+  ['Title', 'title', '1'], ['Subtitle', 'subtitle', '2'], ['Epigraph', 'epigraph', '3'], ['Verse', 'verse', '4'],
+  ['Cite', 'cite', '5'], ['Text author', 'textauthor', '6'], ['Annotation', 'annotation', ''],
+  ['Book author', 'bookauthor', ''], ['Book title', 'booktitle', ''], ['Note block', 'noteblock', ''],
+  ['Paragraph', 'paragraph', '0'], ['Bold', 'bold', ''], ['Italic', 'italic', ''], ['Upper case', 'upper', ''],
+  ['Lower case', 'lower', ''],
+];
+
+const ELEMENT_NAMES = {
+  title: 'title', subtitle: 'subtitle', former_title: 'subtitle', epigraph: 'epigraph', verse: 'verse',
+  cite: 'cite', txtaut: 'text author', annotation: 'annotation', NoteBlock: 'notes', BCONTENTS: 'contents',
+};
+
+async function api(path, options = {}) {
+  const response = await fetch(path, { credentials: 'same-origin', ...options });
+  if (!response.ok && response.status !== 422) throw new Error(`${path}: ${response.status}`);
+  return response;
+}
+
+async function postJson(path, body) {
+  const response = await api(path, {
+    method: 'POST', headers: { 'Content-Type': 'application/json' }, body: JSON.stringify(body),
+  });
+  return response;
+}
+
+function message(text) {
+  $('MessageText').textContent = text;
+  if (!$('MessageDialog').open) $('MessageDialog').showModal();
+}
+
+function bookDocument() { return editor.contentDocument; }
+
+// The page's edits go back to the server before anything there reads the book.
+async function sendDocument() {
+  const doc = bookDocument();
+  if (!doc || !doc.documentElement) return;
+  await api('/api/document', { method: 'POST', headers: { 'Content-Type': 'text/html' }, body: doc.documentElement.outerHTML });
+}
+
+// Before a command replaces the book: the unsaved-changes question.
+async function resolveUnsaved() {
+  if (!dirty) return;
+  if (confirm('Current file was not saved\nDo you want to save the changes?')) {
+    await sendDocument();
+    await postJson('/api/command', { name: 'save' });
+  }
+  dirty = false;
+}
+
+function loadEditor() {
+  editor.src = '/book/document?v=' + shownVersion;
+}
+
+editor.addEventListener('load', () => {
+  const doc = bookDocument();
+  doc.designMode = 'on';
+  doc.addEventListener('input', () => { dirty = true; refreshElements(); });
+  doc.addEventListener('keydown', shortcut);
+  refreshElements();
+});
+
+function refreshElements() {
+  const list = $('ElementList');
+  list.replaceChildren();
+  const doc = bookDocument();
+  if (!doc) return;
+  for (const node of doc.querySelectorAll('span[id], h2[id]')) {
+    const kind = node.tagName === 'H2' ? (node.id === 'BookAuthor' ? 'book author' : node.id === 'BookTitle' ? 'book title' : '')
+                                       : ELEMENT_NAMES[node.id];
+    if (!kind) continue;
+    const item = document.createElement('li');
+    item.className = 'element-' + kind.replace(' ', '-');
+    item.textContent = `${kind}: ${node.textContent.trim().slice(0, 60)}`;
+    item.addEventListener('click', () => node.scrollIntoView({ block: 'center' }));
+    list.append(item);
+  }
+}
+
+async function poll() {
+  try {
+    const state = await (await api('/api/state')).json();
+    $('status').textContent = state.status;
+    $('percent').value = state.percent;
+    $('caption').textContent = state.caption;
+    document.title = state.caption ? `${state.caption} - Pagewright` : 'Pagewright';
+    for (const text of state.messages) message(text);
+    if (state.version !== shownVersion) {
+      shownVersion = state.version;
+      dirty = false;
+      loadEditor();
+    }
+    const recent = $('RecentFiles');
+    recent.replaceChildren(...state.recent.map((file) => {
+      const button = document.createElement('button');
+      button.textContent = file;
+      button.addEventListener('click', () => openPath(file));
+      return button;
+    }));
+  } catch (error) {
+    $('status').textContent = 'the workshop is not answering';
+  }
+}
+
+async function openPath(path) {
+  await resolveUnsaved();
+  await postJson('/api/open', { path });
+  await poll();
+}
+
+// The selection's HTML goes to the server; the answer replaces it through the editor's own
+// command, so that undo and redo keep working.
+async function formatSelection(operation) {
+  const doc = bookDocument();
+  const selection = doc.getSelection();
+  if (!selection || selection.rangeCount === 0 || selection.isCollapsed) {
+    message('Error. No text selected in the main Pagewright window');
+    return;
+  }
+  const holder = doc.createElement('div');
+  holder.append(selection.getRangeAt(0).cloneContents());
+  const response = await postJson('/api/element', { operation, html: holder.innerHTML });
+  const answer = await response.json();
+  if (answer.html) {
+    doc.execCommand('insertHTML', false, answer.html);
+    dirty = true;
+    refreshElements();
+  }
+  await poll();
+}
+
+function shortcut(event) {
+  if (!event.ctrlKey) return;
+  if (event.key === 's') {
+    event.preventDefault();
+    save();
+    return;
+  }
+  const entry = FORMAT_OPERATIONS.find(([, , key]) => key && key === event.key);
+  if (entry) {
+    event.preventDefault();
+    formatSelection(entry[1]);
+  }
+}
+
+async function save() {
+  await sendDocument();
+  await postJson('/api/command', { name: 'save' });
+  dirty = false;
+  await poll();
+}
+
+async function makeFb2() {
+  await sendDocument();
+  const body = {
+    name: $('Fb2FileNameB').value, author: $('b_author').value, title: $('b_title').value, genre: $('b_genre').value,
+    encoding: $('EncodingT').value, dashes: $('DashesLengthL').value, library: $('BookForLibraryB').checked,
+  };
+  const response = await postJson('/api/fb2', body);
+  if (response.ok) {
+    const blob = await response.blob();
+    const disposition = response.headers.get('Content-Disposition') || '';
+    const name = (disposition.match(/filename="([^"]+)"/) || [])[1] || 'noname.fb2';
+    const link = document.createElement('a');
+    link.href = URL.createObjectURL(blob);
+    link.download = name;
+    link.click();
+  }
+  await poll();
+}
+
+function setUp() {
+  const menu = $('FormatMenu');
+  for (const [label, operation, key] of FORMAT_OPERATIONS) {
+    const button = document.createElement('button');
+    button.textContent = label + (key ? `  (Ctrl+${key})` : '');
+    button.dataset.operation = operation;
+    button.addEventListener('click', () => formatSelection(operation));
+    menu.append(button);
+  }
+  const toolbar = $('toolbar');
+  for (const [label, operation, key] of FORMAT_OPERATIONS.filter(([, , key]) => key)) {
+    const button = document.createElement('button');
+    button.textContent = label;
+    button.title = `Format as ${label.toLowerCase()} (Ctrl+${key})`;
+    button.addEventListener('click', () => formatSelection(operation));
+    toolbar.append(button);
+  }
+  $('MnOpen').addEventListener('click', () => $('OpenDialog').showModal());
+  $('OpenDialog').addEventListener('close', () => {
+    if ($('OpenDialog').returnValue === 'ok' && $('OpenPath').value) openPath($('OpenPath').value);
+  });
+  $('UploadBook').addEventListener('change', async (event) => {
+    const file = event.target.files[0];
+    if (!file) return;
+    await resolveUnsaved();
+    const form = new FormData();
+    form.append('book', file, file.name);
+    await api('/api/upload', { method: 'POST', body: form });
+    event.target.value = '';
+    await poll();
+  });
+  $('MnEmptyBook').addEventListener('click', async () => { await resolveUnsaved(); await postJson('/api/command', { name: 'empty' }); await poll(); });
+  $('MnReloadBook').addEventListener('click', async () => { await resolveUnsaved(); await postJson('/api/command', { name: 'reload' }); await poll(); });
+  $('MnSave').addEventListener('click', save);
+  $('MnMakeFictionBookFile').addEventListener('click', () => $('Fb2F').showModal());
+  $('Fb2F').addEventListener('close', () => { if ($('Fb2F').returnValue === 'ok') makeFb2(); });
+  $('MnQuit').addEventListener('click', async () => {
+    await resolveUnsaved();
+    await postJson('/api/command', { name: 'quit' });
+    document.body.textContent = 'The workshop has ended. You can close this page.';
+  });
+  document.addEventListener('keydown', shortcut);
+  poll();
+  setInterval(poll, 700);
+}
+
+setUp();

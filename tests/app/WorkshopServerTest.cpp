@@ -1,0 +1,141 @@
+#include "app/WorkshopServer.h"
+
+#include <gtest/gtest.h>
+#include <httplib.h>
+#include <nlohmann/json.hpp>
+
+#include <thread>
+
+#include "common/Files.h"
+#include "fb2/Fb2Schema.h"
+#include "markup/BookMarkup.h"
+#include "support/TestSupport.h"
+
+namespace pw::app {
+namespace {
+
+namespace fs = std::filesystem;
+using json = nlohmann::json;
+
+// A workshop on a free port in a scratch home, served from a thread.
+struct RunningWorkshop {
+  test::ScratchFolder folder;
+  std::unique_ptr<WorkshopServer> server;
+  std::thread thread;
+
+  RunningWorkshop() {
+    WorkshopOptions options;
+    options.home = (folder / "home").string();
+    options.openBrowser = false;
+    options.idleLimit = std::chrono::seconds(60);
+    server = std::make_unique<WorkshopServer>(options);
+    EXPECT_TRUE(server->Start());
+    thread = std::thread([this] { server->Serve(); });
+    // Wait until it answers.
+    for (int i = 0; i < 100; ++i) {
+      httplib::Client client("127.0.0.1", server->port());
+      if (client.Get("/api/state")) break;
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+  }
+  ~RunningWorkshop() {
+    server->Stop();
+    if (thread.joinable()) thread.join();
+  }
+  httplib::Client Client() const {
+    httplib::Client client("127.0.0.1", server->port());
+    client.set_default_headers({{"Cookie", "pw_secret=" + server->secret()}});
+    return client;
+  }
+};
+
+TEST(WorkshopServer, RefusesWhatDoesNotComeFromItsPage) {
+  RunningWorkshop workshop;
+  const int port = workshop.server->port();
+  httplib::Client bare("127.0.0.1", port);
+  EXPECT_EQ(bare.Get("/")->status, 403);                                  // no secret, the page included
+  EXPECT_EQ(bare.Get("/?s=wrong")->status, 403);
+  EXPECT_EQ(bare.Get("/api/state")->status, 403);
+  const auto page = bare.Get(("/?s=" + workshop.server->secret()).c_str());
+  ASSERT_TRUE(page);
+  EXPECT_EQ(page->status, 200);
+  EXPECT_NE(page->get_header_value("Set-Cookie").find("pw_secret=" + workshop.server->secret()), std::string::npos);
+  EXPECT_NE(page->body.find("id=\"Form1\""), std::string::npos);
+
+  httplib::Client client = workshop.Client();
+  EXPECT_EQ(client.Get("/api/state")->status, 200);
+  // Another Host (a page of another site resolving to this address) or a foreign Origin.
+  EXPECT_EQ(client.Get("/api/state", {{"Host", "example.org"}})->status, 403);
+  EXPECT_EQ(client.Post("/api/command", {{"Origin", "http://example.org"}}, "{\"name\":\"save\"}", "application/json")->status,
+            403);
+  EXPECT_EQ(client.Get("/api/state", {{"Origin", "http://127.0.0.1:" + std::to_string(port)}})->status, 200);
+  // The secret in a header serves too.
+  httplib::Client header("127.0.0.1", port);
+  EXPECT_EQ(header.Get("/api/state", {{"X-Pagewright-Secret", workshop.server->secret()}})->status, 200);
+  // Files outside the open book are never served.
+  EXPECT_EQ(client.Get("/book/..%2F..%2FPagewright.ini")->status, 404);
+  EXPECT_EQ(client.Get("/book/Pagewright.ini")->status, 404);
+  EXPECT_EQ(client.Get("/web/../CMakeLists.txt")->status, 404);
+  // Bodies are bounded.
+  const std::string huge((256u << 20) + 16, 'x');
+  const auto big = client.Post("/api/document", huge, "text/html");
+  EXPECT_TRUE(!big || big->status == 413);
+}
+
+TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
+  RunningWorkshop workshop;
+  httplib::Client client = workshop.Client();
+  // A book on this machine.
+  const fs::path book = workshop.folder / "book.html0";
+  common::Settings settings;
+  std::string html = markup::MakeBlankBook();
+  html.replace(html.find("Start to type here"), 18, "First words of the book.");
+  ASSERT_TRUE(common::WriteFileAtomic(book, html));
+  auto opened = client.Post("/api/open", json{{"path", book.string()}}.dump(), "application/json");
+  ASSERT_TRUE(opened);
+  EXPECT_EQ(json::parse(opened->body)["ok"], true);
+  auto state = json::parse(client.Get("/api/state")->body);
+  EXPECT_EQ(state["book"], book.string());
+  auto document = client.Get("/book/document");
+  EXPECT_NE(document->body.find("First words of the book."), std::string::npos);
+
+  // An upload of a book that is not on this machine.
+  httplib::MultipartFormDataItems items = {{"book", html, "uploaded.html0", "application/octet-stream"}};
+  auto uploaded = client.Post("/api/upload", items);
+  ASSERT_TRUE(uploaded);
+  EXPECT_EQ(json::parse(uploaded->body)["ok"], true);
+  EXPECT_GT(json::parse(client.Get("/api/state")->body)["version"].get<unsigned>(), state["version"].get<unsigned>());
+
+  // The page's edit reaches the saved book and the FB2.
+  std::string edited = client.Get("/book/document")->body;
+  edited.replace(edited.find("First words"), 11, "Edited words");
+  EXPECT_EQ(client.Post("/api/document", edited, "text/html")->status, 200);
+  EXPECT_EQ(json::parse(client.Get("/api/state")->body)["changed"], true);
+  auto fb2 = client.Post("/api/fb2", json{{"name", "out"}, {"title", "Made"}, {"library", true}}.dump(), "application/json");
+  ASSERT_TRUE(fb2);
+  ASSERT_EQ(fb2->status, 200) << fb2->body;
+  EXPECT_NE(fb2->get_header_value("Content-Disposition").find("out.fb2"), std::string::npos);
+  EXPECT_NE(fb2->body.find("<p>Edited words of the book.</p>"), std::string::npos) << fb2->body;
+  EXPECT_NE(fb2->body.find("<book-title>Made</book-title>"), std::string::npos);
+  for (const auto& f : fb2::ValidateFb2Schema(fb2->body, fs::path(PW_SOURCE_DATA_DIR) / fb2::kFb2SchemaFile))
+    ADD_FAILURE() << f.line << ": " << f.message;
+
+  auto saved = client.Post("/api/command", json{{"name", "save"}}.dump(), "application/json");
+  EXPECT_EQ(json::parse(saved->body)["ok"], true);
+  EXPECT_EQ(client.Post("/api/command", json{{"name", "nonsense"}}.dump(), "application/json")->status, 400);
+  EXPECT_EQ(client.Post("/api/open", "not json", "application/json")->status, 400);
+  // A missing file: the message for the page, and the book stays.
+  client.Post("/api/open", json{{"path", (workshop.folder / "none.txt").string()}}.dump(), "application/json");
+  state = json::parse(client.Get("/api/state")->body);
+  bool notFound = false;
+  for (const auto& text : state["messages"]) notFound |= text.get<std::string>().starts_with("File not found: ");
+  EXPECT_TRUE(notFound) << state.dump();
+  EXPECT_NE(client.Get("/book/document")->body.find("Edited words"), std::string::npos);
+
+  // Quit ends the serving thread.
+  EXPECT_EQ(client.Post("/api/command", json{{"name", "quit"}}.dump(), "application/json")->status, 200);
+  workshop.thread.join();
+}
+
+}  // namespace
+}  // namespace pw::app

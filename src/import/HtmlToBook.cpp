@@ -1,0 +1,890 @@
+#include "import/HtmlToBook.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <set>
+
+#include "common/Files.h"
+#include "common/Text.h"
+#include "common/Utf8.h"
+#include "import/Charset.h"
+#include "import/Entities.h"
+#include "import/TextToBook.h"
+#include "markup/BookMarkup.h"
+
+namespace pw::import {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view kStatus = "...converting to Pagewright format...";
+
+bool IsAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+char Lower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f'; }
+
+// ---------------------------------------------------------------------------------------------
+// Tags
+
+struct Tag {
+  std::string name;  // lower case
+  bool closing = false;
+  std::string_view attributes;
+};
+
+// Reads the tag at `pos` (a "<"); false when what stands there is text.
+bool ReadTag(std::string_view text, size_t pos, Tag& tag, size_t& end) {
+  size_t i = pos + 1;
+  tag.closing = i < text.size() && text[i] == '/';
+  if (tag.closing) ++i;
+  if (i >= text.size() || !IsAsciiLetter(text[i])) return false;
+  tag.name.clear();
+  while (i < text.size() && (IsAsciiLetter(text[i]) || (text[i] >= '0' && text[i] <= '9') || text[i] == ':' ||
+                             text[i] == '-' || text[i] == '_'))
+    tag.name.push_back(Lower(text[i++]));
+  const size_t attrStart = i;
+  char quote = 0;
+  for (; i < text.size(); ++i) {
+    const char c = text[i];
+    if (quote) {
+      if (c == quote) quote = 0;
+    } else if ((c == '"' || c == '\'') && i > attrStart) {
+      size_t k = i;
+      while (k > attrStart && IsBlank(text[k - 1])) --k;
+      if (k > attrStart && text[k - 1] == '=') quote = c;
+    } else if (c == '>') {
+      break;
+    }
+  }
+  if (i >= text.size()) return false;
+  tag.attributes = text.substr(attrStart, i - attrStart);
+  end = i + 1;
+  return true;
+}
+
+std::string Attribute(std::string_view attributes, std::string_view name) {
+  size_t i = 0;
+  while (i < attributes.size()) {
+    while (i < attributes.size() && !IsAsciiLetter(attributes[i])) ++i;
+    const size_t nameStart = i;
+    while (i < attributes.size() && attributes[i] != '=' && !IsBlank(attributes[i]) && attributes[i] != '/' &&
+           attributes[i] != '>')
+      ++i;
+    std::string attr;
+    for (size_t k = nameStart; k < i; ++k) attr.push_back(Lower(attributes[k]));
+    while (i < attributes.size() && IsBlank(attributes[i])) ++i;
+    std::string value;
+    if (i < attributes.size() && attributes[i] == '=') {
+      ++i;
+      while (i < attributes.size() && IsBlank(attributes[i])) ++i;
+      if (i < attributes.size() && (attributes[i] == '"' || attributes[i] == '\'')) {
+        const char quote = attributes[i++];
+        const size_t close = attributes.find(quote, i);
+        const size_t stop = close == std::string_view::npos ? attributes.size() : close;
+        value.assign(attributes.substr(i, stop - i));
+        i = stop + 1;
+      } else {
+        const size_t start = i;
+        while (i < attributes.size() && !IsBlank(attributes[i])) ++i;
+        value.assign(attributes.substr(start, i - start));
+      }
+    }
+    if (attr == name) return value;
+    if (i == nameStart) ++i;
+  }
+  return {};
+}
+
+// The end of the element `name` whose content starts at `pos` (after the closing tag), or the
+// end of the text when it is never closed.
+size_t SkipElement(std::string_view html, size_t pos, std::string_view name) {
+  const std::string close = "</" + std::string(name);
+  const size_t at = common::FindAsciiCaseless(html, close, pos);
+  if (at == std::string_view::npos) return html.size();
+  const size_t gt = html.find('>', at);
+  return gt == std::string_view::npos ? html.size() : gt + 1;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Text
+
+// Book text of a text run: references decoded, then "<", ">" and "&" escaped again; blanks
+// folded (`pendingBlank` carries one across runs); "--" and "==" to "-", runs of points to an
+// ellipsis, a point after a blank drawn to its word.
+void AppendText(std::string& out, std::string_view raw, bool& pendingBlank, bool keepLineEnds) {
+  std::string blanks(raw);
+  if (blanks.find('&') != std::string::npos) {
+    common::ReplaceAllInPlace(blanks, "&nbsp;", " ");
+    common::ReplaceAllInPlace(blanks, "&#160;", " ");
+    common::ReplaceAllInPlace(blanks, "&shy;", "");
+  }
+  const std::string decoded = ReplaceHtmlEntitiesUtf8(blanks);
+  for (size_t pos = 0; pos < decoded.size();) {
+    const size_t start = pos;
+    const char32_t cp = common::NextCodePoint(decoded, pos);
+    if (keepLineEnds && cp == '\n') {
+      out.push_back('\n');
+      pendingBlank = false;
+      continue;
+    }
+    if (cp == ' ' || cp == '\t' || cp == '\r' || cp == '\n' || cp == '\f' || cp == 0xA0) {
+      pendingBlank = true;
+      continue;
+    }
+    if (cp == 0xAD || cp < 0x20 || cp == 0x7F) continue;  // soft hyphens and control characters
+    if (cp == '&') {
+      // A reference the table does not know stays as written; a lone "&" is escaped.
+      const size_t semi = decoded.find(';', start + 1);
+      const std::string_view rest(decoded.data() + start, decoded.size() - start);
+      if (semi != std::string::npos && semi - start <= 10 && rest.size() > 1 &&
+          (IsAsciiLetter(rest[1]) || rest[1] == '#')) {
+        bool name = true;
+        for (size_t k = start + 1; k < semi; ++k)
+          if (!IsAsciiLetter(decoded[k]) && !(decoded[k] >= '0' && decoded[k] <= '9') && decoded[k] != '#') name = false;
+        if (name && decoded.compare(start, 4, "&lt;") != 0 && decoded.compare(start, 4, "&gt;") != 0) {
+          if (pendingBlank && !out.empty()) out.push_back(' ');
+          pendingBlank = false;
+          out.append(decoded, start, semi - start + 1);
+          pos = semi + 1;
+          continue;
+        }
+        if (name) {  // "&lt;" and "&gt;" stay escaped
+          if (pendingBlank && !out.empty()) out.push_back(' ');
+          pendingBlank = false;
+          out.append(decoded, start, semi - start + 1);
+          pos = semi + 1;
+          continue;
+        }
+      }
+    }
+    if ((cp == '-' || cp == '=') && pos < decoded.size() && decoded[pos] == static_cast<char>(cp)) {
+      while (pos < decoded.size() && decoded[pos] == static_cast<char>(cp)) ++pos;
+      if (pendingBlank && !out.empty()) out.push_back(' ');
+      pendingBlank = false;
+      out.push_back('-');
+      continue;
+    }
+    if (cp == '.') {
+      size_t run = 1;
+      while (pos < decoded.size() && decoded[pos] == '.') {
+        ++pos;
+        ++run;
+      }
+      // A point after a blank belongs to the word before it.
+      if (run == 1 && pendingBlank) pendingBlank = false;
+      if (pendingBlank && !out.empty()) out.push_back(' ');
+      pendingBlank = false;
+      out += run == 1 ? "." : "...";
+      continue;
+    }
+    if (pendingBlank && !out.empty()) out.push_back(' ');
+    pendingBlank = false;
+    switch (cp) {
+      case '<': out += "&lt;"; break;
+      case '>': out += "&gt;"; break;
+      case '&': out += "&amp;"; break;
+      default: out.append(decoded, start, pos - start);
+    }
+  }
+}
+
+// ---------------------------------------------------------------------------------------------
+// One paragraph of book HTML with balanced inline tags.
+
+enum Style { kBold, kItalic, kUnder, kSub, kSup, kStyleCount };
+constexpr std::array<std::string_view, kStyleCount> kOpenTags = {"<B>", "<I>", "<U>", "<SUB>", "<SUP>"};
+constexpr std::array<std::string_view, kStyleCount> kCloseTags = {"</B>", "</I>", "</U>", "</SUB>", "</SUP>"};
+
+class ParagraphBuilder {
+ public:
+  void Text(std::string_view raw, bool keepLineEnds) {
+    std::string piece;
+    bool blank = false;
+    AppendText(piece, raw, blank, keepLineEnds);
+    const bool leading = !raw.empty() && (IsBlank(raw.front()) || raw.starts_with("&nbsp;"));
+    if (piece.empty()) {
+      pendingBlank_ = pendingBlank_ || blank || leading;
+      return;
+    }
+    CloseUnwanted();
+    if ((pendingBlank_ || leading) && hasText_) out_.push_back(' ');
+    pendingBlank_ = blank;
+    OpenWanted();
+    out_ += piece;
+    hasText_ = true;
+    hasVisible_ = true;
+  }
+
+  void Style(Style s, bool on) {
+    if (on) ++depth_[s];
+    else if (depth_[s] > 0) --depth_[s];
+  }
+
+  void OpenLink(const std::string& href) {
+    CloseLink();
+    CloseAll();
+    Flush();
+    out_ += "<A href=\"" + href + "\">";
+    linkOpen_ = true;
+  }
+  void CloseLink() {
+    if (!linkOpen_) return;
+    CloseAll();
+    if (out_.ends_with("\">") && out_.rfind("<A href=") == out_.rfind('<')) {
+      out_.resize(out_.rfind("<A href="));  // a link around nothing
+    } else {
+      out_ += "</A>";
+    }
+    linkOpen_ = false;
+  }
+  void Anchor(const std::string& name) {
+    Flush();
+    out_ += "<A name=\"" + name + "\"></A>";
+  }
+  void Picture(const std::string& src) {
+    Flush();
+    out_ += "<IMG src=\"" + src + "\">";
+    hasText_ = true;
+    ++pictures_;
+  }
+
+  bool HasText() const { return hasText_; }
+  bool OnlyPicture() const { return pictures_ == 1 && !hasVisible_; }
+
+  // The paragraph's inner HTML; the builder starts a new paragraph, styles still in force.
+  std::string Take() {
+    CloseLink();
+    CloseAll();
+    std::string out = std::move(out_);
+    out_.clear();
+    hasText_ = false;
+    hasVisible_ = false;
+    pendingBlank_ = false;
+    pictures_ = 0;
+    while (!out.empty() && out.back() == ' ') out.pop_back();
+    return out;
+  }
+
+ private:
+  void Flush() {
+    if (pendingBlank_ && hasText_) out_.push_back(' ');
+    pendingBlank_ = false;
+  }
+  void CloseUnwanted() {
+    size_t keep = 0;
+    while (keep < open_.size() && depth_[open_[keep]] > 0) ++keep;
+    while (open_.size() > keep) CloseTop();
+  }
+  void OpenWanted() {
+    for (int s = 0; s < kStyleCount; ++s) {
+      if (depth_[s] == 0 || std::find(open_.begin(), open_.end(), s) != open_.end()) continue;
+      out_ += kOpenTags[s];
+      open_.push_back(static_cast<enum Style>(s));
+    }
+  }
+  void CloseTop() {
+    const auto s = open_.back();
+    open_.pop_back();
+    if (out_.ends_with(kOpenTags[s])) {
+      out_.resize(out_.size() - kOpenTags[s].size());
+      return;
+    }
+    out_ += kCloseTags[s];
+  }
+  void CloseAll() {
+    while (!open_.empty()) CloseTop();
+  }
+
+  std::string out_;
+  std::array<int, kStyleCount> depth_{};
+  std::vector<enum Style> open_;
+  bool pendingBlank_ = false;
+  bool hasText_ = false;
+  bool linkOpen_ = false;
+  bool hasVisible_ = false;
+  int pictures_ = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The book
+
+// A finished block of the book, before headings are told apart.
+struct Block {
+  enum Kind { Paragraph, Heading, Picture } kind = Paragraph;
+  int level = 0;  // heading level 1 to 6
+  std::string html;
+  std::string anchors;  // anchors that stand in front of a heading
+};
+
+std::string PlainOf(std::string_view html) {
+  std::string out;
+  bool inTag = false;
+  for (const char c : html) {
+    if (c == '<') inTag = true;
+    else if (c == '>') inTag = false;
+    else if (!inTag) out.push_back(c);
+  }
+  return std::string(common::Trim(out));
+}
+
+class Converter {
+ public:
+  Converter(const HtmlImportOptions& options, HtmlImportReport& report) : options_(options), report_(report) {}
+
+  std::vector<Block> Run(std::string_view html) {
+    // The classes that make text bold or italic.
+    for (size_t at = common::FindAsciiCaseless(html, "<style"); at != std::string_view::npos;
+         at = common::FindAsciiCaseless(html, "<style", at + 6)) {
+      const size_t open = html.find('>', at);
+      if (open == std::string_view::npos) break;
+      const size_t close = common::FindAsciiCaseless(html, "</style", open);
+      for (auto& cls : ReadStyleClasses(html.substr(open + 1, (close == std::string_view::npos ? html.size() : close) - open - 1)))
+        classes_.push_back(std::move(cls));
+    }
+    size_t pos = 0;
+    while (pos < html.size()) {
+      const size_t lt = html.find('<', pos);
+      const size_t stop = lt == std::string_view::npos ? html.size() : lt;
+      if (stop > pos) Text(html.substr(pos, stop - pos));
+      if (lt == std::string_view::npos) break;
+      if (html.compare(lt, 4, "<!--") == 0) {
+        const size_t end = html.find("-->", lt + 4);
+        pos = end == std::string_view::npos ? html.size() : end + 3;
+        continue;
+      }
+      if (lt + 1 < html.size() && (html[lt + 1] == '!' || html[lt + 1] == '?')) {
+        const size_t end = html.find('>', lt);
+        pos = end == std::string_view::npos ? html.size() : end + 1;
+        continue;
+      }
+      Tag tag;
+      size_t end = 0;
+      if (!ReadTag(html, lt, tag, end)) {
+        Text(html.substr(lt, 1));
+        pos = lt + 1;
+        continue;
+      }
+      pos = end;
+      if (!tag.closing && (tag.name == "head" || tag.name == "script" || tag.name == "style" || tag.name == "form" ||
+                           tag.name == "table" || tag.name == "select" || tag.name == "noscript" ||
+                           tag.name == "title" || tag.name == "textarea" || tag.name == "template")) {
+        pos = SkipElement(html, pos, tag.name);
+        continue;
+      }
+      Handle(tag);
+    }
+    EndParagraph();
+    return std::move(blocks_);
+  }
+
+ private:
+  void Text(std::string_view text) {
+    if (preDepth_ > 0) {
+      PreText(text);
+      return;
+    }
+    line_.Text(text, false);
+  }
+
+  // Preformatted text keeps its line ends: a line that starts indented or follows an empty
+  // line starts a paragraph, a line that merely continues the previous one is joined to it.
+  void PreText(std::string_view text) {
+    size_t start = 0;
+    while (start <= text.size()) {
+      const size_t nl = text.find('\n', start);
+      const std::string_view line = text.substr(start, (nl == std::string_view::npos ? text.size() : nl) - start);
+      if (atPreLineStart_) {
+        size_t indent = 0;
+        while (indent < line.size() && (line[indent] == ' ' || line[indent] == '\t')) ++indent;
+        const bool empty = indent == line.size() || common::Trim(line).empty();
+        if (empty) {
+          if (nl != std::string_view::npos) EndParagraph();
+        } else if (indent >= 2 || preBlankBefore_) {
+          EndParagraph();
+        }
+        preBlankBefore_ = empty && nl != std::string_view::npos;
+      }
+      if (!line.empty()) line_.Text(line, false);
+      if (nl == std::string_view::npos) {
+        atPreLineStart_ = line.empty() && atPreLineStart_;
+        break;
+      }
+      line_.Text(" ", false);
+      atPreLineStart_ = true;
+      start = nl + 1;
+    }
+  }
+
+  void EndParagraph() {
+    const bool onlyPicture = line_.OnlyPicture();
+    std::string html = line_.Take();
+    if (html.empty()) return;
+    if (PlainOf(html).empty() && html.find("<IMG") == std::string::npos) {
+      pendingAnchors_ += html;  // anchors alone wait for the next block
+      return;
+    }
+    Block block;
+    block.kind = onlyPicture ? Block::Picture : Block::Paragraph;
+    block.html = pendingAnchors_ + html;
+    pendingAnchors_.clear();
+    blocks_.push_back(std::move(block));
+  }
+
+  void StartHeading(int level) {
+    EndParagraph();
+    headingLevel_ = level;
+  }
+
+  void EndHeading() {
+    if (headingLevel_ == 0) return;
+    std::string html = line_.Take();
+    const int level = headingLevel_;
+    headingLevel_ = 0;
+    if (PlainOf(html).empty()) {
+      pendingAnchors_ += html;
+      return;
+    }
+    Block block;
+    block.kind = Block::Heading;
+    block.level = level;
+    // Anchors inside the heading go in front of it with those that waited.
+    std::string anchors = pendingAnchors_;
+    pendingAnchors_.clear();
+    for (size_t at = html.find("<A name="); at != std::string::npos; at = html.find("<A name=")) {
+      const size_t end = html.find("</A>", at);
+      anchors += html.substr(at, end + 4 - at);
+      html.erase(at, end + 4 - at);
+    }
+    block.anchors = anchors;
+    block.html = html;
+    blocks_.push_back(std::move(block));
+  }
+
+  void Handle(const Tag& tag) {
+    const std::string& n = tag.name;
+    // An id on any element is a place links may lead to.
+    if (!tag.closing && n != "a") {
+      const std::string id = Attribute(tag.attributes, "id");
+      if (!id.empty() && ValidAnchor(id)) pendingIdAnchors_.push_back(id);
+    }
+    if (n.size() == 2 && n[0] == 'h' && n[1] >= '1' && n[1] <= '6') {
+      if (tag.closing) EndHeading();
+      else {
+        StartHeading(n[1] - '0');
+        FlushIdAnchors();
+      }
+      return;
+    }
+    if (n == "p" || n == "div" || n == "li" || n == "dt" || n == "dd" || n == "blockquote" || n == "center" ||
+        n == "tr" || n == "address" || n == "ul" || n == "ol" || n == "dl" || n == "hr" || n == "body") {
+      if (headingLevel_ == 0) EndParagraph();
+      FlushIdAnchors();
+      return;
+    }
+    if (n == "pre" || n == "xmp" || n == "listing") {
+      if (headingLevel_ == 0) EndParagraph();
+      if (tag.closing) {
+        if (preDepth_ > 0) --preDepth_;
+      } else {
+        ++preDepth_;
+        atPreLineStart_ = true;
+        preBlankBefore_ = false;
+      }
+      return;
+    }
+    if (n == "br") {
+      if (headingLevel_ == 0 && preDepth_ == 0) EndParagraph();
+      else line_.Text(" ", false);
+      return;
+    }
+    FlushIdAnchors();
+    if (n == "b" || n == "strong") return line_.Style(kBold, !tag.closing);
+    if (n == "i" || n == "em" || n == "var" || n == "dfn") return line_.Style(kItalic, !tag.closing);
+    if (n == "u" || n == "ins") return line_.Style(kUnder, !tag.closing);
+    if (n == "sub") return line_.Style(kSub, !tag.closing);
+    if (n == "sup") return line_.Style(kSup, !tag.closing);
+    if (n == "span" || n == "font") {
+      if (tag.closing) {
+        if (!spanStyles_.empty()) {
+          const auto [bold, italic] = spanStyles_.back();
+          spanStyles_.pop_back();
+          if (bold) line_.Style(kBold, false);
+          if (italic) line_.Style(kItalic, false);
+        }
+        return;
+      }
+      bool bold = false, italic = false;
+      const std::string cls = Attribute(tag.attributes, "class");
+      for (const auto& c : classes_)
+        if (c.name == cls && !cls.empty()) {
+          bold = bold || c.bold;
+          italic = italic || c.italic;
+        }
+      const std::string style = common::AsciiLower(Attribute(tag.attributes, "style"));
+      if (style.find("font-weight:bold") != std::string::npos || style.find("font-weight: bold") != std::string::npos)
+        bold = true;
+      if (style.find("font-style:italic") != std::string::npos || style.find("font-style: italic") != std::string::npos)
+        italic = true;
+      if (bold) line_.Style(kBold, true);
+      if (italic) line_.Style(kItalic, true);
+      spanStyles_.emplace_back(bold, italic);
+      return;
+    }
+    if (n == "a") {
+      if (tag.closing) {
+        line_.CloseLink();
+        return;
+      }
+      std::string name = Attribute(tag.attributes, "name");
+      if (name.empty()) name = Attribute(tag.attributes, "id");
+      if (!name.empty() && ValidAnchor(name)) line_.Anchor(name);
+      const std::string href = Attribute(tag.attributes, "href");
+      if (!href.empty() && href.find('"') == std::string::npos && href.find('<') == std::string::npos &&
+          !common::StartsWith(common::AsciiLower(href), "javascript:"))
+        line_.OpenLink(href);
+      return;
+    }
+    if (n == "img" && !tag.closing) {
+      Picture(Attribute(tag.attributes, "src"));
+      return;
+    }
+  }
+
+  static bool ValidAnchor(std::string_view name) {
+    return name.size() < 200 && name.find_first_of("\"<>& ") == std::string_view::npos;
+  }
+
+  void FlushIdAnchors() {
+    for (const auto& id : pendingIdAnchors_) line_.Anchor(id);
+    pendingIdAnchors_.clear();
+  }
+
+  void Picture(std::string src) {
+    if (src.empty() || src.find_first_of("\"<>") != std::string::npos) return;
+    src = ReplaceHtmlEntitiesUtf8(src);
+    std::string kept = src;
+    const std::string lower = common::AsciiLower(src);
+    const bool remote = lower.find("://") != std::string::npos || common::StartsWith(lower, "data:");
+    if (!remote && !options_.sourceFolder.empty() && !options_.bookFolder.empty()) {
+      const fs::path file = options_.sourceFolder / fs::path(common::ReplaceAll(src, "%20", " "));
+      std::error_code error;
+      if (fs::is_regular_file(file, error)) {
+        const auto copied = copiedPictures_.find(file.string());
+        if (copied != copiedPictures_.end()) {
+          kept = copied->second;
+        } else {
+          std::string name = file.filename().string();
+          for (int n = 2; usedNames_.contains(name); ++n)
+            name = file.stem().string() + "_" + std::to_string(n) + file.extension().string();
+          if (fs::copy_file(file, options_.bookFolder / name, fs::copy_options::overwrite_existing, error)) {
+            usedNames_.insert(name);
+            copiedPictures_.emplace(file.string(), name);
+            kept = name;
+            ++report_.copiedPictures;
+          }
+        }
+      }
+    }
+    line_.Picture(kept);
+    ++report_.pictures;
+  }
+
+  const HtmlImportOptions& options_;
+  HtmlImportReport& report_;
+  std::vector<StyleClass> classes_;
+  std::vector<std::pair<bool, bool>> spanStyles_;
+  ParagraphBuilder line_;
+  std::vector<Block> blocks_;
+  std::string pendingAnchors_;
+  std::vector<std::string> pendingIdAnchors_;
+  int headingLevel_ = 0;
+  int preDepth_ = 0;
+  bool atPreLineStart_ = true;
+  bool preBlankBefore_ = false;
+  std::map<std::string, std::string> copiedPictures_;
+  std::set<std::string> usedNames_;
+};
+
+// "Author Name. Title of the book": a first heading of two to four capitalised words, a point,
+// and the title.
+bool SplitAuthorAndTitle(const std::string& heading, std::string& author, std::string& title) {
+  const size_t point = heading.find(". ");
+  if (point == std::string::npos) return false;
+  const std::string_view first(heading.data(), point);
+  size_t words = 1;
+  for (const char c : first)
+    if (c == ' ') ++words;
+  if (words < 2 || words > 4 || first.find_first_of("0123456789,:;") != std::string_view::npos) return false;
+  // Every word starts with a capital letter.
+  for (size_t pos = 0; pos < first.size();) {
+    size_t next = pos;
+    common::NextCodePoint(first, next);
+    const std::string letter(first.substr(pos, next - pos));
+    if (common::ToUpper(letter) != letter || common::ToLower(letter) == letter) return false;
+    const size_t space = first.find(' ', pos);
+    if (space == std::string_view::npos) break;
+    pos = space + 1;
+  }
+  author = std::string(first);
+  title = std::string(common::Trim(std::string_view(heading).substr(point + 2)));
+  return !title.empty();
+}
+
+}  // namespace
+
+std::vector<StyleClass> ReadStyleClasses(std::string_view css) {
+  std::vector<StyleClass> classes;
+  size_t pos = 0;
+  while (pos < css.size()) {
+    const size_t open = css.find('{', pos);
+    if (open == std::string_view::npos) break;
+    const size_t close = css.find('}', open);
+    const std::string_view selectors = css.substr(pos, open - pos);
+    const std::string body =
+        common::AsciiLower(css.substr(open + 1, (close == std::string_view::npos ? css.size() : close) - open - 1));
+    pos = close == std::string_view::npos ? css.size() : close + 1;
+    std::string compact;
+    for (const char c : body)
+      if (!IsBlank(c)) compact.push_back(c);
+    const auto value = [&](std::string_view property) -> std::string {
+      const size_t at = compact.find(property);
+      if (at == std::string::npos) return {};
+      const size_t start = at + property.size();
+      const size_t end = compact.find(';', start);
+      return compact.substr(start, (end == std::string::npos ? compact.size() : end) - start);
+    };
+    const std::string weight = value("font-weight:");
+    const std::string style = value("font-style:");
+    const bool bold = weight.starts_with("bold") || weight == "600" || weight == "700" || weight == "800" ||
+                      weight == "900" || weight.starts_with("bolder");
+    const bool italic = style.starts_with("italic") || style.starts_with("oblique");
+    if (!bold && !italic) continue;
+    // Each selector of the list: the class after its last ".".
+    size_t s = 0;
+    while (s <= selectors.size()) {
+      const size_t comma = selectors.find(',', s);
+      const std::string_view selector =
+          common::Trim(selectors.substr(s, (comma == std::string_view::npos ? selectors.size() : comma) - s));
+      const size_t dot = selector.rfind('.');
+      if (dot != std::string_view::npos && selector.find(' ') == std::string_view::npos) {
+        std::string name(selector.substr(dot + 1));
+        if (!name.empty()) classes.push_back({name, bold, italic});
+      }
+      if (comma == std::string_view::npos) break;
+      s = comma + 1;
+    }
+  }
+  return classes;
+}
+
+std::string ConvertHtmlToHtml0(std::string_view html, common::Session& session, const HtmlImportOptions& options,
+                               HtmlImportReport* reportOut) {
+  HtmlImportReport report;
+  common::Progress& progress = session.progress;
+  for (const std::string_view step : {"...getting styles...", "...removing non-used tags...", "...removing bad symbols...",
+                                      "...saving styles...", "...replacing html entities...",
+                                      "...replacing non-standard symbols..."})
+    progress.Status(std::string(kStatus) + std::string(step));
+  Converter converter(options, report);
+  std::vector<Block> blocks = converter.Run(html);
+  progress.Percent(60);
+
+  progress.Status(std::string(kStatus) + "...looking for titles...");
+  // The highest heading level of the book makes titles, the lower ones subtitles. The first
+  // heading names the author and the title when it reads "Author Name. Title"; a book whose
+  // single top heading stands before everything else takes it as its title.
+  int topLevel = 7;
+  for (const auto& block : blocks)
+    if (block.kind == Block::Heading) topLevel = std::min(topLevel, block.level);
+  std::string authorHeading, titleHeading;
+  std::vector<bool> consumed(blocks.size(), false);
+  const auto first = std::find_if(blocks.begin(), blocks.end(), [](const Block& b) { return b.kind == Block::Heading; });
+  if (first != blocks.end()) {
+    const size_t f = static_cast<size_t>(first - blocks.begin());
+    const std::string text = PlainOf(first->html);
+    if (SplitAuthorAndTitle(text, authorHeading, titleHeading)) {
+      consumed[f] = true;
+    } else {
+      size_t topCount = 0;
+      for (const auto& block : blocks)
+        if (block.kind == Block::Heading && block.level == topLevel) ++topCount;
+      const bool deeperFollow = std::any_of(first + 1, blocks.end(), [&](const Block& b) {
+        return b.kind == Block::Heading && b.level > topLevel;
+      });
+      if (topCount == 1 && first->level == topLevel && deeperFollow) {
+        titleHeading = text;
+        consumed[f] = true;
+        // "By Name" as the next heading is the author.
+        const auto next = std::find_if(first + 1, blocks.end(), [](const Block& b) { return b.kind == Block::Heading; });
+        if (next != blocks.end()) {
+          const std::string by = PlainOf(next->html);
+          if (common::StartsWith(common::AsciiLower(by), "by ")) {
+            authorHeading = std::string(common::Trim(std::string_view(by).substr(3)));
+            consumed[static_cast<size_t>(next - blocks.begin())] = true;
+          }
+        }
+      }
+    }
+    if (consumed[f]) {
+      topLevel = 7;
+      for (size_t i = 0; i < blocks.size(); ++i)
+        if (blocks[i].kind == Block::Heading && !consumed[i]) topLevel = std::min(topLevel, blocks[i].level);
+    }
+  }
+  const common::ElementColours& colours = session.settings.elementColours;
+  std::string body;
+  body.reserve(html.size());
+  if (!authorHeading.empty()) body += markup::MakeBookAuthor(authorHeading, colours.bookAuthor) + "\r\n";
+  if (!titleHeading.empty()) body += markup::MakeBookTitle(titleHeading, colours.bookTitle) + "\r\n";
+  report.bookAuthor = authorHeading;
+  report.bookTitle = titleHeading;
+  progress.Status(std::string(kStatus) + "...looking for paragraphs...");
+  for (size_t i = 0; i < blocks.size(); ++i) {
+    if (consumed[i]) {
+      body += blocks[i].anchors;
+      continue;
+    }
+    const Block& block = blocks[i];
+    switch (block.kind) {
+      case Block::Heading:
+        body += block.anchors;
+        if (block.level == topLevel) {
+          body += "<BR>" + markup::MakeTitle(block.html, colours.title);
+          ++report.titles;
+        } else {
+          body += "<BR>" + markup::MakeSubtitle(block.html, colours.subtitle);
+          ++report.subtitles;
+        }
+        break;
+      case Block::Picture:
+        body += "<DIV align=center>" + block.html + "</DIV>";
+        break;
+      case Block::Paragraph:
+        body += markup::kParagraphStart;
+        body += block.html;
+        body += markup::kDivEnd;
+        ++report.paragraphs;
+        break;
+    }
+    body += "\r\n";  // every block on its own line
+  }
+  progress.Status(std::string(kStatus) + "...inserting line ends...");
+  progress.Status(std::string(kStatus) + "...restoring styles...");
+  progress.Status(std::string(kStatus) + "...cleaning file...");
+  std::string document = markup::MakeBodyTag(markup::BodyStyleFromSettings(session.settings), true, false, false);
+  document += "\r\n";
+  document += body;
+  document += markup::kLastParagraph;
+  document += "\r\n";
+  document += markup::kBookEnd;
+  if (options.linkHeadings) markup::InsertContents(document, session.settings.bookCodePage);
+  progress.Percent(100);
+  if (reportOut) *reportOut = report;
+  return document;
+}
+
+std::string ExtractTextFromHtml(std::string_view html, common::Progress& progress) {
+  progress.Status("...extracting text...restoring line ends...");
+  std::string out;
+  out.reserve(html.size());
+  size_t pos = 0;
+  while (pos < html.size()) {
+    const size_t lt = html.find('<', pos);
+    out.append(html.substr(pos, (lt == std::string_view::npos ? html.size() : lt) - pos));
+    if (lt == std::string_view::npos) break;
+    if (html.compare(lt, 4, "<!--") == 0) {
+      const size_t end = html.find("-->", lt + 4);
+      pos = end == std::string_view::npos ? html.size() : end + 3;
+      continue;
+    }
+    Tag tag;
+    size_t end = 0;
+    if (!ReadTag(html, lt, tag, end)) {
+      const size_t gt = html.find('>', lt);
+      if (lt + 1 < html.size() && (html[lt + 1] == '!' || html[lt + 1] == '?') && gt != std::string_view::npos) {
+        pos = gt + 1;
+        continue;
+      }
+      out.push_back('<');
+      pos = lt + 1;
+      continue;
+    }
+    pos = end;
+    const std::string& n = tag.name;
+    if (!tag.closing && (n == "head" || n == "script" || n == "style")) {
+      pos = SkipElement(html, pos, n);
+      continue;
+    }
+    if ((tag.closing && (n == "div" || n == "p" || n == "dd")) || (!tag.closing && (n == "dd" || n == "li" || n == "br")) ||
+        (n.size() == 2 && n[0] == 'h' && n[1] >= '1' && n[1] <= '6'))
+      out.push_back('\n');
+  }
+  progress.Status("...extracting text...replacing html symbols...");
+  common::ReplaceAllInPlace(out, "&shy;", "");
+  common::ReplaceAllInPlace(out, "&#173;", "");
+  common::ReplaceAllInPlace(out, "&nbsp;", " ");
+  common::ReplaceAllInPlace(out, "&#160;", " ");
+  common::ReplaceAllInPlace(out, "&amp;#", "&#");
+  return ReplaceHtmlEntitiesUtf8(out);
+}
+
+std::string FormatClipboardHtml(std::string_view html, common::Progress& progress) {
+  progress.Status("...formatting clipboard data...removing bad tags...");
+  progress.Status("...formatting clipboard data...replacing html entities...");
+  progress.Status("...formatting clipboard data...making styles...");
+  HtmlImportOptions options;
+  HtmlImportReport report;
+  Converter converter(options, report);
+  std::string out;
+  for (const auto& block : converter.Run(html)) {
+    if (block.kind == Block::Heading) {
+      out += block.anchors + "<DIV align=center><B>" + block.html + "</B></DIV>";
+    } else if (block.kind == Block::Picture) {
+      out += "<DIV align=center>" + block.html + "</DIV>";
+    } else {
+      out += markup::kParagraphStart;
+      out += block.html;
+      out += markup::kDivEnd;
+    }
+    out += "\r\n";
+  }
+  return out;
+}
+
+bool ConvertHtmlFileToHtml0(const fs::path& source, const fs::path& output, common::Session& session,
+                            HtmlImportReport* report) {
+  std::string bytes;
+  if (!common::ReadWholeFile(source, bytes)) {
+    session.messages.Show(common::Msg::ErrorReadingFile, source.string());
+    return false;
+  }
+  const std::string html = DetectCharset(bytes, session);
+  HtmlImportOptions options;
+  options.sourceFolder = source.parent_path();
+  options.bookFolder = output.parent_path();
+  options.linkHeadings = false;
+  HtmlImportReport local;
+  std::string document = ConvertHtmlToHtml0(html, session, options, &local);
+  if (local.paragraphs == 0 && local.titles == 0) {
+    const std::string text = ExtractTextFromHtml(html, session.progress);
+    if (common::Trim(text).empty()) {
+      session.messages.Show(common::Msg::HtmlCannotTransform);
+      return false;
+    }
+    session.messages.Show(common::Msg::HtmlKeepFormatFailed);
+    if (!session.messages.Ask(common::Msg::HtmlTryReformatting, {}, true)) return false;
+    TextImportOptions textOptions;
+    textOptions.sourceType = "html";
+    document = ConvertTextToBook(text, TextTarget::Html0, session, textOptions);
+  }
+  if (report) *report = local;
+  if (!common::WriteFileAtomic(output, document)) {
+    session.messages.Show(common::Msg::ErrorWritingFile, output.string());
+    return false;
+  }
+  return true;
+}
+
+}  // namespace pw::import

@@ -191,20 +191,12 @@ std::string RunChain(std::string text, bool tagged, size_t sourceBytes, TextTarg
   return book;
 }
 
-bool ConvertFile(const std::filesystem::path& source, const std::filesystem::path& output,
-                 std::string_view requestedMode, common::Session& session, TextImportOptions options,
-                 TextImportResult* result, TextTarget target) {
+bool ConvertBytes(std::string_view bytes, const std::filesystem::path& output, std::string_view requestedMode,
+                  common::Session& session, TextImportOptions options, TextImportResult* result, TextTarget target) {
   try {
-    std::string bytes;
-    if (!common::ReadWholeFile(source, bytes)) {
-      session.messages.Show(common::Msg::ErrorReadingFile, source.string());
-      return false;
-    }
-    if (options.sourceType.empty()) options.sourceType = common::LowerExtension(source);
     if (!requestedMode.empty()) options.requestedMode = std::string(requestedMode);
     options.sourceBytes = bytes.size();
     const std::string text = DetectCharset(bytes, session);
-    std::string().swap(bytes);
     const std::string book = ConvertTextToBook(text, target, session, options, result);
     if (!common::WriteFileAtomic(output, book)) {
       session.messages.Show(common::Msg::ErrorWritingFile, output.string());
@@ -212,9 +204,21 @@ bool ConvertFile(const std::filesystem::path& source, const std::filesystem::pat
     }
     return true;
   } catch (const std::exception&) {
-    session.messages.Show(common::Msg::ErrorProcessingFile, ": " + source.filename().string());
+    session.messages.Show(common::Msg::ErrorProcessingFile, ": " + output.filename().string());
     return false;
   }
+}
+
+bool ConvertFile(const std::filesystem::path& source, const std::filesystem::path& output,
+                 std::string_view requestedMode, common::Session& session, TextImportOptions options,
+                 TextImportResult* result, TextTarget target) {
+  std::string bytes;
+  if (!common::ReadWholeFile(source, bytes)) {
+    session.messages.Show(common::Msg::ErrorReadingFile, source.string());
+    return false;
+  }
+  if (options.sourceType.empty()) options.sourceType = common::LowerExtension(source);
+  return ConvertBytes(bytes, output, requestedMode, session, std::move(options), result, target);
 }
 
 }  // namespace
@@ -250,6 +254,12 @@ bool ConvertTxtToHtml0(const std::filesystem::path& source, const std::filesyste
                        std::string_view requestedMode, common::Session& session, TextImportOptions options,
                        TextImportResult* result) {
   return ConvertFile(source, output, requestedMode, session, std::move(options), result, TextTarget::Html0);
+}
+
+bool ConvertTextBytesToHtml0(std::string_view bytes, const std::filesystem::path& output,
+                             std::string_view requestedMode, common::Session& session, TextImportOptions options,
+                             TextImportResult* result) {
+  return ConvertBytes(bytes, output, requestedMode, session, std::move(options), result, TextTarget::Html0);
 }
 
 bool ConvertTxtToHtml(const std::filesystem::path& source, const std::filesystem::path& output,

@@ -84,6 +84,11 @@ std::string ConvertTaggedTxtToHtml0(std::string_view text, common::Session& sess
 bool ConvertTxtToHtml0(const std::filesystem::path& source, const std::filesystem::path& output,
                        std::string_view requestedMode, common::Session& session, TextImportOptions options = {},
                        TextImportResult* result = nullptr);
+// The same for the bytes of a text that a source-format handler has unpacked (a tcr book, for
+// one): the code page is decided, the text converted and `output` written.
+bool ConvertTextBytesToHtml0(std::string_view bytes, const std::filesystem::path& output,
+                             std::string_view requestedMode, common::Session& session, TextImportOptions options = {},
+                             TextImportResult* result = nullptr);
 bool ConvertTxtToHtml(const std::filesystem::path& source, const std::filesystem::path& output,
                       std::string_view requestedMode, common::Session& session, TextImportOptions options = {},
                       TextImportResult* result = nullptr);

@@ -5,6 +5,7 @@
 #include "fb2/Fb2Import.h"
 #include "shell/CitationFile.h"
 #include "shell/StoredBookInput.h"
+#include "shell/TextInput.h"
 
 namespace pw::shell {
 namespace {
@@ -43,6 +44,9 @@ ConverterRegistry MakeBuiltInConverters() {
   ConverterRegistry registry;
   registry.Add({"stored book", {"html0"}, ConvertStoredBook});
   registry.Add({"citation file", {"cit"}, ConvertCitationFile});
+  registry.Add({"text", {"txt"}, ConvertTextBook});
+  registry.Add({"tcr book", {"tcr"}, ConvertTcrBook});
+  registry.Add({"kml book", {"kml"}, ConvertKmlBook});
   registry.Add({"FictionBook", {"fb2"}, ConvertFb2Book});
   registry.Add({"FictionBook XML", {"xml"}, ConvertFb2Book});
   return registry;

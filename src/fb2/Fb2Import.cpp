@@ -8,6 +8,7 @@
 #include "common/Text.h"
 #include "common/Utf8.h"
 #include "corrector/CleanUpFile.h"
+#include "fb2/Base64.h"
 #include "fb2/DescriptionDisplay.h"
 #include "fb2/DescriptionReader.h"
 #include "fb2/Fb2Encoding.h"
@@ -206,6 +207,32 @@ void Report(const TidyReport& report, std::vector<std::string>& skipped) {
   count(report.tooDeep, "tags nested too deep dropped");
 }
 
+// The cover named by the description's coverpage, from its binary, as "cover.jpg" or
+// "cover.png" in `folder`; empty when there is none or it cannot be decoded or written.
+std::string RestoreCover(std::string_view tidy, const std::filesystem::path& folder) {
+  const size_t description = tidy.find("<description>");
+  const size_t end = tidy.find("</description>");
+  if (description == std::string_view::npos || end == std::string_view::npos || folder.empty()) return {};
+  const size_t coverpage = tidy.find("<coverpage>", description);
+  if (coverpage == std::string_view::npos || coverpage > end) return {};
+  const size_t image = tidy.find("<image ", coverpage);
+  if (image == std::string_view::npos || image > end) return {};
+  std::string_view href = AttributeOf(tidy.substr(image, tidy.find('>', image) + 1 - image), "l:href");
+  if (href.starts_with('#')) href.remove_prefix(1);
+  if (href.empty()) return {};
+  const std::string open = "<binary id=\"" + std::string(href) + "\"";
+  const size_t binary = tidy.find(open);
+  if (binary == std::string_view::npos) return {};
+  const size_t tagEnd = tidy.find('>', binary);
+  const size_t close = tidy.find("</binary>", tagEnd);
+  if (tagEnd == std::string_view::npos || close == std::string_view::npos) return {};
+  std::string bytes;
+  if (!Base64Decode(tidy.substr(tagEnd + 1, close - tagEnd - 1), bytes) || bytes.empty()) return {};
+  const std::string_view type = AttributeOf(tidy.substr(binary, tagEnd + 1 - binary), "content-type");
+  const std::string name = common::FindAsciiCaseless(type, "png") != std::string_view::npos ? "cover.png" : "cover.jpg";
+  return common::WriteFileAtomic(folder / name, bytes) ? name : std::string();
+}
+
 std::string Joined(const std::vector<std::string>& items) {
   std::string out;
   for (const std::string& item : items) out += (out.empty() ? "" : "; ") + item;
@@ -251,6 +278,7 @@ Fb2ImportResult Convert(std::string_view bytes, common::Session& session, const 
     if (skippedPictures)
       result.skipped.push_back(std::to_string(skippedPictures) + " pictures left out (binary missing or damaged)");
   }
+  result.coverFile = RestoreCover(text, pictureFolder);
   markup::ApplyTagRule(text, {"<binary", "", false, false, "</binary>"});
   progress.Percent(20);
 
@@ -275,6 +303,9 @@ Fb2ImportResult Convert(std::string_view bytes, common::Session& session, const 
   progress.Status("...getting fb2 description...");
   if (!parts.description.empty()) result.description = ReadDescription(parts.description);
   if (result.description) {
+    if (!result.description->coverId.empty() && result.coverFile.empty())
+      result.skipped.push_back("the cover picture left out (binary missing or damaged)");
+    result.description->coverId.clear();
     result.descriptionXml = WriteDescription(*result.description);
     result.descriptionDisplay = MakeDescriptionDisplay(*result.description, settings.elementColours);
   }

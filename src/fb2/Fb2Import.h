@@ -35,6 +35,11 @@ struct Fb2ImportResult {
   std::string descriptionXml;                 // "Description.fb2": the description element
   std::string descriptionDisplay;             // "Description.html0": the display block
   std::vector<std::string> pictures;          // picture files written into the book folder
+  // The cover picture of the description, written into the book folder as "cover.jpg" or
+  // "cover.png"; empty when the file has none or its binary is missing. The description
+  // model does not refer to it (its cover id is cleared): an export that is given this file
+  // as its cover writes the coverpage again.
+  std::string coverFile;
   // What was left out or mended, one short text each (pictures without binary, undeclared
   // entities, a wrong declared encoding, ...), for the user.
   std::vector<std::string> skipped;

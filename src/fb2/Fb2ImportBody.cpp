@@ -58,7 +58,43 @@ std::string Html0Value(std::string_view value) {
 
 // ---- the passes, in the order they run -----------------------------------------------------
 
+// A picture inside a paragraph stays in its line: its centring block goes, the picture stays.
+void InlinePicturesPass(std::string& text) {
+  static constexpr std::string_view kBlock = "<DIV align=center>";
+  static constexpr std::string_view kPicture = "<DIV align=center><IMG ";
+  static constexpr std::string_view kLines[] = {"p", "v", "subtitle", "text-author"};
+  if (text.find(kPicture) == std::string::npos) return;
+  std::string out;
+  out.reserve(text.size());
+  int depth = 0;
+  size_t copied = 0;
+  for (size_t lt = text.find('<'); lt != std::string::npos; lt = text.find('<', lt + 1)) {
+    if (depth > 0 && text.compare(lt, kPicture.size(), kPicture) == 0) {
+      const size_t pictureEnd = text.find('>', lt + kBlock.size());
+      if (pictureEnd != std::string::npos && text.compare(pictureEnd + 1, 6, "</DIV>") == 0) {
+        out.append(text, copied, lt - copied);
+        out.append(text, lt + kBlock.size(), pictureEnd + 1 - lt - kBlock.size());
+        copied = pictureEnd + 7;
+        lt = pictureEnd + 6;
+        continue;
+      }
+    }
+    const bool closing = text.compare(lt, 2, "</") == 0;
+    const size_t nameStart = lt + (closing ? 2 : 1);
+    for (const std::string_view name : kLines) {
+      if (text.compare(nameStart, name.size(), name) != 0) continue;
+      const char after = nameStart + name.size() < text.size() ? text[nameStart + name.size()] : '\0';
+      if (after != '>' && after != ' ') continue;
+      depth += closing ? -1 : 1;
+      break;
+    }
+  }
+  out.append(text, copied, std::string::npos);
+  text = std::move(out);
+}
+
 void TidyPass(std::string& text) {
+  InlinePicturesPass(text);
   Apply(text, {{" />", "/>"}, {" >", ">"}, {"<body", "", false, true}, {"</body>", ""}});
 }
 
@@ -467,6 +503,7 @@ std::string ConvertFb2Notes(std::string_view notes, const Fb2BodyOptions&) {
     }
   }
   if (paragraphs.empty()) return {};
+  InlinePicturesPass(paragraphs);
   InlinePasses(paragraphs);
   common::CollapseRepeats(paragraphs, "<B>", true);
   common::CollapseRepeats(paragraphs, "</B>", true);

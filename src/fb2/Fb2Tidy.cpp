@@ -384,8 +384,16 @@ class Tidier {
   }
 
   void UnknownTag(std::string_view lower) {
-    // Table cells and line breaks separate words even when their tags go.
-    if (lower == "td" || lower == "th" || lower == "tr" || lower == "br") needSpace_ = true;
+    // Table cells and line breaks separate words even when their tags go; a table row is a
+    // line of its own.
+    if (lower == "td" || lower == "th" || lower == "br") needSpace_ = true;
+    if (lower == "tr" || lower == "table") EndImplicitParagraph();
+  }
+
+  void EndImplicitParagraph() {
+    const size_t i = InnermostNonInline();
+    if (i >= stack_.size() || !stack_[i].implicit || stack_[i].info->kind != Kind::Text) return;
+    while (stack_.size() > i) CloseTop(false);
   }
 
   void EndTag(std::string_view name) {

@@ -257,6 +257,26 @@ TEST(Fb2Import, PicturesAreWrittenIntoTheBookFolder) {
   EXPECT_LT(html0.find("<IMG src=Fb2toPwIm_1.png"), html0.find(markup::kBookAuthorOpen));
   EXPECT_TRUE(HasItemContaining(imported.result.skipped, "1 pictures left out"));
   EXPECT_TRUE(HasItemContaining(imported.result.skipped, "1 binaries with a repeated id dropped"));
+  // A picture inside a line stays in it; one between paragraphs is a centred block.
+  EXPECT_TRUE(Contains(html0, "A picture in a line <IMG src=Fb2toPwIm_1.png align=middle> and"));
+  EXPECT_TRUE(Contains(html0, "\r\n<DIV align=center><IMG src=Fb2toPwIm_2.jpg align=middle></DIV>"));
+  // The cover becomes a file of the book folder; the description does not point to a binary
+  // the book no longer has.
+  EXPECT_EQ(imported.result.coverFile, "cover.jpg");
+  std::string cover;
+  ASSERT_TRUE(common::ReadWholeFile(folder / "cover.jpg", cover));
+  EXPECT_TRUE(cover.starts_with("\xFF\xD8\xFF"));
+  ASSERT_TRUE(imported.result.description);
+  EXPECT_TRUE(imported.result.description->coverId.empty());
+}
+
+TEST(Fb2Import, MissingCoverIsReported) {
+  const Imported imported = Import(Fb2("<section><p>x</p></section>",
+                                       "<description><title-info><book-title>B</book-title><coverpage>"
+                                       "<image l:href=\"#nothere.jpg\"/></coverpage></title-info></description>"),
+                                   test::ScratchFolder().path());
+  EXPECT_TRUE(imported.result.coverFile.empty());
+  EXPECT_TRUE(HasItemContaining(imported.result.skipped, "the cover picture left out"));
 }
 
 // ---- the file form ---------------------------------------------------------------------------

@@ -106,6 +106,9 @@ TEST(Fb2Tidy, CharactersAndReferences) {
 TEST(Fb2Tidy, UnknownElementsLoseTagsKeepText) {
   EXPECT_EQ(Tidy("<section><table><tr><td>a</td><td>b</td></tr></table><p>x<code>y</code><br/>z</p></section>"),
             "<section><p>a b</p><p>xy z</p></section>");
+  // A table row is a line of its own.
+  EXPECT_EQ(Tidy("<section><table><tr><th>h1</th><th>h2</th></tr><tr><td>a</td><td>b</td></tr></table>after</section>"),
+            "<section><p>h1 h2</p><p>a b</p><p>after</p></section>");
   EXPECT_EQ(Tidy("<FictionBook><stylesheet type=\"text/css\">p { color: red }</stylesheet><body><p>x</p></body>"
                  "</FictionBook>"),
             "<FictionBook><body><p>x</p></body></FictionBook>");

@@ -1,0 +1,201 @@
+// FB2 -> html0 -> FB2: the book that comes back keeps its structure.
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <map>
+
+#include "Fb2Outline.h"
+#include "common/Files.h"
+#include "fb2/Fb2Checks.h"
+#include "fb2/Fb2Export.h"
+#include "fb2/Fb2Import.h"
+#include "fb2/Fb2Schema.h"
+#include "markup/DescriptionPlace.h"
+#include "markup/Normalise.h"
+#include "support/TestSupport.h"
+
+namespace pw::fb2 {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Answers every question with yes, as `convert --yes` does.
+class YesSink final : public common::MessageSink {
+ public:
+  void Show(std::string_view text) override { shown.emplace_back(text); }
+  bool Ask(std::string_view, bool) override { return true; }
+  std::vector<std::string> shown;
+};
+
+struct RoundTrip {
+  bool imported = false;
+  bool exported = false;
+  std::string fb2;
+  std::vector<std::string> findings;  // schema and structure findings of the written FB2
+  std::vector<std::string> diffs;
+  test::Fb2Outline before;
+  test::Fb2Outline after;
+};
+
+// Imports `source` as the workshop opens a book (the import, then the load normalisation) and
+// exports it again for a library.
+RoundTrip ThereAndBack(std::string_view source, bool sectionMode) {
+  RoundTrip trip;
+  pw::test::ScratchFolder folder;
+  common::NullProgress progress;
+  YesSink sink;
+  common::Messages messages(sink);
+  common::Session session(progress, messages);
+  session.workFolder = folder.path();
+  session.settings.sectionMode = sectionMode;
+
+  Fb2ImportOptions importOptions;
+  importOptions.makeContents = false;
+  const Fb2ImportResult imported = ConvertFb2ToHtml0(source, session, importOptions);
+  trip.imported = imported.ok;
+  if (!imported.ok) return trip;
+  std::string book = imported.html0;
+  markup::CutFb2Description(book);
+  markup::NormaliseBookHeader(book, sectionMode);
+
+  Fb2ExportOptions exportOptions;
+  exportOptions.bookForLibrary = true;
+  exportOptions.dashes = "long";
+  // The cover the import restored goes back as the book's cover, as the book's folder keeps it.
+  if (!imported.coverFile.empty()) exportOptions.cover = folder.path() / imported.coverFile;
+  const Fb2ExportResult exported =
+      ConvertHtml0ToFb2(book, imported.description.value_or(Fb2Description{}), exportOptions, folder.path(), session);
+  trip.exported = exported.ok;
+  trip.fb2 = exported.bytes;
+  for (const auto& f : ValidateFb2Schema(trip.fb2, fs::path(PW_SOURCE_DATA_DIR) / kFb2SchemaFile))
+    trip.findings.push_back("schema: " + std::to_string(f.line) + ": " + f.message);
+  for (const auto& f : CheckFb2Structure(trip.fb2))
+    trip.findings.push_back("structure: " + std::to_string(f.line) + ": " + f.message);
+
+  trip.before = test::ReadFb2Outline(source);
+  trip.after = test::ReadFb2Outline(trip.fb2);
+  test::OutlineOptions compare;
+  compare.nesting = sectionMode;
+  compare.mergedTitles = !sectionMode;
+  trip.diffs = test::CompareFb2Outlines(trip.before, trip.after, compare);
+  return trip;
+}
+
+std::string Lines(const std::vector<std::string>& items) {
+  std::string out;
+  for (const std::string& item : items) out += "\n  " + item;
+  return out;
+}
+
+TEST(Fb2Outline, SeesWhatDiffers) {
+  const std::string a =
+      "<FictionBook xmlns:l=\"http://www.w3.org/1999/xlink\"><description><title-info><book-title>T</book-title>"
+      "</title-info></description><body><section id=\"s\"><title><p>One</p></title><p>x — y…</p>"
+      "<poem><stanza><v>a</v></stanza><stanza><v>b</v></stanza></poem><p><a l:href=\"#n1\">1</a></p></section></body>"
+      "<body name=\"notes\"><section id=\"n1\"><title><p>1</p></title><p>Note</p></section></body></FictionBook>";
+  const test::Fb2Outline outline = test::ReadFb2Outline(a);
+  EXPECT_EQ(outline.titles, std::vector<std::string>{"One"});
+  EXPECT_EQ(outline.paragraphs, (std::vector<std::string>{"x - y...", "1"}));
+  EXPECT_EQ(outline.poems, std::vector<std::string>{"a // b"});
+  EXPECT_EQ(outline.stanzas, 2u);
+  EXPECT_EQ(outline.links, 1u);
+  EXPECT_EQ(outline.brokenLinks, 0u);
+  EXPECT_EQ(outline.notes, std::vector<std::string>{"Note"});
+  EXPECT_TRUE(test::CompareFb2Outlines(outline, outline).empty());
+
+  std::string b = a;
+  b.replace(b.find("<stanza><v>b"), 17, "<v>b");  // one stanza less
+  b.replace(b.find("#n1"), 3, "#zz");               // a link that leads nowhere
+  const auto diffs = test::CompareFb2Outlines(outline, test::ReadFb2Outline(b));
+  EXPECT_NE(Lines(diffs).find("stanzas: 2 became 1"), std::string::npos) << Lines(diffs);
+  EXPECT_NE(Lines(diffs).find("broken links: 0 became 1"), std::string::npos) << Lines(diffs);
+}
+
+TEST(Fb2RoundTrip, EveryElementKeepsItsStructure) {
+  const std::string source = pw::test::ReadData("fb2/roundtrip/every-element.fb2");
+  for (const bool sectionMode : {true, false}) {
+    const RoundTrip trip = ThereAndBack(source, sectionMode);
+    ASSERT_TRUE(trip.imported);
+    ASSERT_TRUE(trip.exported);
+    EXPECT_TRUE(trip.findings.empty()) << Lines(trip.findings);
+    EXPECT_TRUE(trip.diffs.empty()) << (sectionMode ? "section mode" : "titles only") << Lines(trip.diffs) << "\n"
+                                    << trip.fb2;
+  }
+}
+
+// What may differ after the round trip, and why; every other book of a folder must come back
+// with the same structure. The differences are kept exact so that a change either way shows.
+using Expected = std::map<std::string, std::vector<std::string>>;
+
+void CheckFolder(const fs::path& folder, const Expected& expected) {
+  size_t books = 0;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    if (entry.path().extension() != ".fb2") continue;
+    std::string source;
+    ASSERT_TRUE(common::ReadWholeFile(entry.path(), source));
+    const RoundTrip trip = ThereAndBack(source, true);
+    const std::string name = entry.path().filename().string();
+    ASSERT_TRUE(trip.imported && trip.exported) << name;
+    EXPECT_TRUE(trip.findings.empty()) << name << Lines(trip.findings);
+    const auto known = expected.find(name);
+    const std::vector<std::string> allowed = known == expected.end() ? std::vector<std::string>{} : known->second;
+    EXPECT_EQ(trip.diffs, allowed) << name << Lines(trip.diffs);
+    std::cout << "[round trip] " << name << ": " << trip.before.paragraphs.size() << " -> "
+              << trip.after.paragraphs.size() << " paragraphs, " << trip.before.titles.size() << " -> "
+              << trip.after.titles.size() << " titles, " << trip.before.poems.size() << " -> "
+              << trip.after.poems.size() << " poems, " << trip.before.notes.size() << " -> " << trip.after.notes.size()
+              << " notes" << Lines(trip.diffs) << "\n";
+    ++books;
+  }
+  EXPECT_GT(books, 0u);
+}
+
+// An epigraph may only open a section: the export writes one that stands elsewhere (after a
+// paragraph, or a poem's epigraph that the book shows before the verse) as a cite.
+const std::vector<std::string> kEpigraphBecameCite = {"epigraphs: 1 became 0", "cites: 0 became 1"};
+
+TEST(Fb2RoundTrip, SmallBooksOfTheImportTests) {
+  const Expected expected = {
+      {"ids.fb2", {"epigraphs: 1 became 0", "cites: 1 became 2"}},
+      {"poems.fb2", kEpigraphBecameCite},
+      // The picture before the book's title gets a section of its own; the made-up JPEG is not a
+      // picture the export can read; "prose" is not an FB2 genre code.
+      {"pictures.fb2", {"sections: 1 became 2", "pictures: 3 became 2", "genres[0]: 'prose' became 'unrecognised'"}},
+      // A text author standing alone is written as a paragraph.
+      {"marked-elements.fb2", {"paragraphs: 1 became 2", "text authors: 3 became 2"}},
+      // The source uses HTML entities XML does not know: its outline lost them, the book kept them.
+      {"entities.fb2",
+       {"paragraphs[0]: '\"Quoted\" guillemets ... №5' became '\"Quoted\" © «guillemets» ... №5'",
+        "paragraphs[1]: 'Markup as text: b quot; and a bare ampersand.' became 'Markup as text: <b> & &quot; and a "
+        "bare & ampersand.'",
+        "paragraphs[2]: 'Declared: ; undeclared: .' became 'Declared: 2.1; undeclared: &program;.'"}},
+      // A paragraph that starts with a dash gets a no-break space after it.
+      {"dialogs.fb2", {"paragraphs[1]: '-Hyphen with a blank before.' became '- Hyphen with a blank before.'"}},
+  };
+  CheckFolder(pw::test::DataPath("fb2/import"), expected);
+}
+
+TEST(Fb2RoundTrip, CorpusBooks) {
+  const fs::path folder = pw::test::CorpusPath("fb2");
+  if (folder.empty() || !fs::is_directory(folder)) GTEST_SKIP() << "sample corpus not beside the checkout";
+  const Expected expected = {
+      // The author given twice is kept once; a book must have a section.
+      {"ru_edgecase_description_only_mojibake_no_xmldecl.fb2", {"sections: 0 became 1", "authors: 2 became 1"}},
+      {"fixture_pandoc_reader_meta.fb2", {"sections: 0 became 1"}},
+      // The body's epigraph becomes a cite in a section of its own.
+      {"fixture_pandoc_reader_epigraph.fb2",
+       {"sections: 2 became 3", "sections[1]: '2|' became '1|'", "epigraphs: 3 became 2",
+        "epigraphs[0]: 'Body epigraph' became 'Section epigraph'",
+        "epigraphs[1]: 'Section epigraph' became 'Subsection epigraph'", "cites: 0 became 1"}},
+      {"fixture_pandoc_reader_poem.fb2", kEpigraphBecameCite},
+      // Genre codes that are not FB2 codes are left out.
+      {"ru_gribov_description_tutorial_no_xmldecl.fb2",
+       {"genres: 7 became 1", "genres[0]: 'history_russia' became 'computers'"}},
+      // An author with one name only is written as a nickname.
+      {"ru_fbreader_minihelp.fb2", {"sections: 0 became 1", "authors[0]: 'FBReader' became ''"}},
+  };
+  CheckFolder(folder, expected);
+}
+
+}  // namespace
+}  // namespace pw::fb2

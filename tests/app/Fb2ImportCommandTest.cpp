@@ -1,0 +1,80 @@
+// `pagewright convert` with FB2 sources: to a stored book and back to a valid FB2.
+#include <gtest/gtest.h>
+
+#include <iostream>
+
+#include "common/Files.h"
+#include "common/Text.h"
+#include "fb2/Fb2Schema.h"
+#include "support/TestSupport.h"
+
+namespace pw::app {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Quote(const fs::path& path) { return "'" + path.string() + "'"; }
+
+int Convert(const std::string& arguments, const fs::path& home, std::string& output) {
+  return test::RunCommand(test::ProgramPath().string() + " convert -q " + arguments + " --home " + Quote(home), &output);
+}
+
+bool Contains(std::string_view text, std::string_view part) { return text.find(part) != std::string_view::npos; }
+
+TEST(Fb2ImportCommand, FictionBookToStoredBookAndBack) {
+  test::ScratchFolder folder;
+  const fs::path source = test::DataPath("fb2/roundtrip/every-element.fb2");
+  std::string output;
+  ASSERT_EQ(Convert(Quote(source) + " -o " + Quote(folder / "book.html0"), folder / "home", output), 0) << output;
+  std::string stored;
+  ASSERT_TRUE(common::ReadWholeFile(folder / "book.html0", stored));
+  for (const char* part : {"<H2 id=BookTitle align=center>", "<B>The Whole Format</B>", "<SPAN id=title>",
+                           "<SPAN id=NoteBlock>", "<SPAN id=verse>", "<fb2_description><description>",
+                           "<SPAN id=Fb2Description>", "<!PwPictureData"})
+    EXPECT_TRUE(Contains(stored, part)) << part;
+
+  // The same book as a FictionBook again, from the FB2 and from the stored book; ".xml" too.
+  ASSERT_TRUE(common::WriteFileAtomic(folder / "book.xml", test::ReadData("fb2/roundtrip/every-element.fb2")));
+  for (const fs::path& input : {source, folder / "book.html0", folder / "book.xml"}) {
+    const fs::path again = folder / (input.stem().string() + "-" + input.extension().string().substr(1) + ".fb2");
+    ASSERT_EQ(Convert("--validate --yes --library " + Quote(input) + " -o " + Quote(again), folder / "home", output), 0)
+        << input << "\n" << output;
+    std::string fb2;
+    ASSERT_TRUE(common::ReadWholeFile(again, fb2));
+    EXPECT_TRUE(fb2::ValidateFb2Schema(fb2, fs::path(PW_SOURCE_DATA_DIR) / fb2::kFb2SchemaFile).empty()) << again;
+    for (const char* part : {"<book-title>The Whole Format</book-title>", "<sequence name=\"Samples\" number=\"3\"/>",
+                             "<body name=\"notes\">", "<poem>", "<cite>", "<binary"})
+      EXPECT_TRUE(Contains(fb2, part)) << again << ": " << part;
+  }
+}
+
+TEST(Fb2ImportCommand, NotAFictionBook) {
+  test::ScratchFolder folder;
+  ASSERT_TRUE(common::WriteFileAtomic(folder / "data.xml", "just words, long enough to be a file"));
+  std::string output;
+  EXPECT_NE(Convert(Quote(folder / "data.xml") + " -o " + Quote(folder / "data.html0"), folder / "home", output), 0);
+  EXPECT_FALSE(fs::exists(folder / "data.html0"));
+}
+
+TEST(Fb2ImportCommand, EveryCorpusBookBecomesAValidFictionBook) {
+  const fs::path corpus = test::CorpusPath("fb2");
+  if (corpus.empty() || !fs::is_directory(corpus)) GTEST_SKIP() << "sample corpus not beside the checkout";
+  test::ScratchFolder folder;
+  size_t books = 0;
+  for (const auto& entry : fs::directory_iterator(corpus)) {
+    if (entry.path().extension() != ".fb2") continue;
+    const fs::path html0 = folder / (entry.path().stem().string() + ".html0");
+    const fs::path again = folder / (entry.path().stem().string() + ".again.fb2");
+    std::string output;
+    EXPECT_EQ(Convert(Quote(entry.path()) + " -o " + Quote(html0), folder / "home", output), 0)
+        << entry.path() << "\n" << output;
+    EXPECT_EQ(Convert("--validate --yes " + Quote(entry.path()) + " -o " + Quote(again), folder / "home", output), 0)
+        << entry.path() << "\n" << output;
+    ++books;
+  }
+  std::cout << "[corpus] " << books << " FB2 books converted to html0 and to valid FB2\n";
+  EXPECT_GT(books, 0u);
+}
+
+}  // namespace
+}  // namespace pw::app

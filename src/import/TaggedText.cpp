@@ -16,6 +16,11 @@ constexpr KeptTag kKeptTags[] = {{"b", "B"},     {"strong", "B"}, {"i", "I"},   
                                  {"u", "U"},     {"sub", "SUB"},  {"sup", "SUP"}};
 constexpr std::string_view kLineEndTags[] = {"br", "p"};
 constexpr size_t kLongestTag = 256;
+// Tags by which a page of HTML is known.
+constexpr std::string_view kHtmlTags[] = {"html", "head", "body", "title", "meta", "p", "br", "div", "span",
+                                          "font", "b", "i", "u", "em", "strong", "a", "img", "table", "tr",
+                                          "td", "h1", "h2", "h3", "h4", "h5", "h6", "li", "ul", "ol", "pre",
+                                          "blockquote", "hr", "sub", "sup", "center"};
 
 struct ParsedTag {
   bool closing = false;
@@ -96,6 +101,17 @@ std::string CheckTags(std::string_view text) {
     }
   }
   return out;
+}
+
+bool LooksLikeHtml(std::string_view text) {
+  ParsedTag tag;
+  for (size_t at = text.find('<'); at != std::string_view::npos; at = text.find('<', at + 1)) {
+    if (!ParseTag(text, at, tag)) continue;
+    for (std::string_view name : kHtmlTags) {
+      if (tag.name == name) return true;
+    }
+  }
+  return false;
 }
 
 std::string EscapeAngleBrackets(std::string_view text) {

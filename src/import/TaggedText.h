@@ -20,6 +20,10 @@ inline constexpr std::string_view kKeptTagClose = "\xEE\x80\x91";  // U+E011
 // mark "I" mark), line-ending tags become CRLF, every other bracket is escaped.
 std::string CheckTags(std::string_view text);
 
+// True when `text` holds at least one tag of HTML ("<p>", "</div>", "<br/>", "<html ...>"), as a
+// page saved as text does; "<ESC>" or "<john@example.org>" in a plain text are no such tags.
+bool LooksLikeHtml(std::string_view text);
+
 // Escapes every "<" and ">" of `text` (a text without markup).
 std::string EscapeAngleBrackets(std::string_view text);
 

@@ -236,7 +236,9 @@ std::string ConvertTextToBook(std::string_view text, TextTarget target, common::
     return work.find('<') != std::string::npos && work.find('>') != std::string::npos;
   };
   if (sourceType != "tcr" && sourceType != "kml" && holdsMarkup()) {
-    if (options.extractText) work = NormaliseLineEnds(options.extractText(work, session.progress));
+    // Only a page of HTML is extracted: the brackets of "<ESC>" in a manual are text to keep.
+    if (options.extractText && LooksLikeHtml(work))
+      work = NormaliseLineEnds(options.extractText(work, session.progress));
     tagged = holdsMarkup();
   }
   return RunChain(std::move(work), tagged, sourceBytes, target, session, options, out);

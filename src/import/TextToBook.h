@@ -43,8 +43,9 @@ struct TextImportOptions {
   bool continueLowerCase = true;
   // Link every title from a contents block.
   bool linkHeadings = false;
-  // The text extraction of HTML for a text that holds both "<" and ">" (not for tcr and
-  // kml sources); without one, such a text goes straight to the tagged variant.
+  // The text extraction of HTML, for a text that holds both "<" and ">" and at least one HTML
+  // tag (not for tcr and kml sources). A text that still holds both brackets afterwards, or
+  // that has no HTML tag, or when there is no extraction, goes to the tagged variant.
   std::function<std::string(std::string_view, common::Progress&)> extractText;
   std::filesystem::path stageFolder;
 };

@@ -2,6 +2,7 @@
 
 #include "common/Files.h"
 #include "import/Charset.h"
+#include "import/HtmlToBook.h"
 #include "import/KmlText.h"
 #include "import/TcrText.h"
 #include "import/TextToBook.h"
@@ -23,6 +24,7 @@ import::TextImportOptions TextOptions(const ConvertJob& job, std::string_view so
   options.sourceType = std::string(sourceType);
   options.dictionaryFolder = ShippedDataFolder();
   options.ruleFolder = RuleFolderOf(job);
+  options.extractText = import::ExtractTextFromHtml;
   return options;
 }
 

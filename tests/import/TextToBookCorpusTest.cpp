@@ -12,6 +12,7 @@
 #include "common/Text.h"
 #include "common/Utf8.h"
 #include "import/Charset.h"
+#include "import/HtmlToBook.h"
 #include "import/TextCharacters.h"
 #include "import/TextTestSupport.h"
 #include "import/TextToBook.h"
@@ -40,6 +41,7 @@ bool ConvertCorpusBook(std::string_view name, Converted& out) {
   TextJob job;
   TextImportOptions options;
   options.dictionaryFolder = PW_SOURCE_DATA_DIR;
+  options.extractText = ExtractTextFromHtml;  // as the book session converts them
   EXPECT_TRUE(ConvertTxtToHtml0(path, folder / "book.html0", "", job.session, options, &out.result)) << name;
   EXPECT_TRUE(common::ReadWholeFile(folder / "book.html0", out.book));
   std::string bytes;

@@ -245,6 +245,13 @@ TEST(TextToBook, ATextWithMarkupKeepsInlineStylesAndEscapesTheRest) {
   EXPECT_FALSE(result.tagged);
   EXPECT_EQ(ProseParagraphs(extracted), (std::vector<std::string>{"First.", "Second."}));
   EXPECT_EQ(job.progress.statuses.front(), "...extracting text...restoring line ends...");
+
+  // A plain text whose brackets are no HTML is not extracted: its "<ESC>" stays.
+  TextJob manual;
+  const std::string kept = Convert("Press <ESC> twice.\r\n", options, &result, &manual);
+  EXPECT_TRUE(result.tagged);
+  EXPECT_EQ(ProseParagraphs(kept), std::vector<std::string>{"Press &lt;ESC&gt; twice."});
+  EXPECT_EQ(manual.progress.statuses.front(), "...checking tags...");
 }
 
 TEST(TextToBook, TcrAndKmlSourcesSkipTheMarkupCheck) {

@@ -186,5 +186,15 @@ TEST(TaggedText, InlineStylesAreKeptOtherBracketsEscaped) {
   EXPECT_EQ(EscapeAngleBrackets("1 < 2 > 0"), "1 &lt; 2 &gt; 0");
 }
 
+TEST(TaggedText, HtmlIsKnownByItsTags) {
+  EXPECT_TRUE(LooksLikeHtml("<HTML><BODY>text"));
+  EXPECT_TRUE(LooksLikeHtml("a line<br/>another"));
+  EXPECT_TRUE(LooksLikeHtml("text </P> more"));
+  EXPECT_TRUE(LooksLikeHtml("<p class=x>para"));
+  EXPECT_FALSE(LooksLikeHtml("Press <ESC> or <Enter>, write to <john@example.org>"));
+  EXPECT_FALSE(LooksLikeHtml("a < b and c > d"));
+  EXPECT_FALSE(LooksLikeHtml("<paragraph> is no tag of a page"));
+}
+
 }  // namespace
 }  // namespace pw::import

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
+#include "common/Files.h"
+#include "support/TestSupport.h"
+
 #include "import/HeadingDictionary.h"
 #include "import/TextTestSupport.h"
 
@@ -187,6 +192,22 @@ TEST(HeadingDictionary, ShippedListsHoldTheChapterWordsAndLoadOnce) {
   }
   EXPECT_NE(std::find(shipped.words.begin(), shipped.words.end(), "предисловие"), shipped.words.end());
   EXPECT_EQ(&LoadHeadingDictionary(PW_SOURCE_DATA_DIR), &shipped);
+}
+
+TEST(HeadingDictionary, LoadedOnceForAllThreads) {
+  pw::test::ScratchFolder folder;
+  ASSERT_TRUE(common::WriteFileAtomic(folder / std::string(kHeadingKeywordsFile), "Kapitel\n"));
+  std::vector<const HeadingDictionary*> seen(8, nullptr);
+  std::vector<std::thread> threads;
+  for (size_t i = 0; i < seen.size(); ++i)
+    threads.emplace_back([&, i] { seen[i] = &LoadHeadingDictionary(folder.path()); });
+  for (std::thread& thread : threads) thread.join();
+  for (const HeadingDictionary* dictionary : seen) EXPECT_EQ(dictionary, seen.front());
+  EXPECT_EQ(seen.front()->keywords, std::vector<std::string>{"Kapitel"});
+  EXPECT_TRUE(seen.front()->words.empty());  // the second list is missing: test 10 is off
+  // Changing the file later changes nothing: the lists are read once per process.
+  ASSERT_TRUE(common::WriteFileAtomic(folder / std::string(kHeadingKeywordsFile), "Teil\n"));
+  EXPECT_EQ(LoadHeadingDictionary(folder.path()).keywords, std::vector<std::string>{"Kapitel"});
 }
 
 TEST(HeadingDictionary, AMissingFolderGivesEmptyLists) {

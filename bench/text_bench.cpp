@@ -93,6 +93,7 @@ int main() {
     double best = 1e9;
     size_t bookSize = 0;
     std::string mode;
+    pw::import::TextImportResult last;
     for (int run = 0; run < 2; ++run) {
       pw::common::Session session(progress, messages);
       pw::import::TextImportResult result;
@@ -102,6 +103,7 @@ int main() {
       best = std::min(best, std::chrono::duration<double>(Clock::now() - start).count());
       bookSize = book.size();
       mode = result.mode;
+      last = result;
     }
     if (mb == 5) seconds5 = best;
     if (mb == 20) seconds20 = best;
@@ -109,6 +111,7 @@ int main() {
     std::printf("txt->html0 %5.1f MB  %8.1f ms  %7.1f MB/s  mode %-10s book %6.1f MB  peak %5ld MB (%.1f x source)\n",
                 size, best * 1000, size / best, mode.c_str(), static_cast<double>(bookSize) / (1024.0 * 1024.0),
                 peak / 1024, static_cast<double>(std::max(peak, before)) / 1024.0 / size);
+    std::printf("           %zu titles, %zu epigraphs, %zu verses\n", last.titles, last.epigraphs, last.verses);
   }
   std::printf("20 MB / 5 MB time ratio: %.2f (linear is 4)\n", seconds20 / seconds5);
   return 0;

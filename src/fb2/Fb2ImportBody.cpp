@@ -344,10 +344,33 @@ void MarkedElementsPass(std::string& text, const common::ElementColours& colours
                   });
 }
 
+// Every run of one of `tags` written back to back keeps its first: one scan for all of them.
+void CollapseRuns(std::string& text, std::initializer_list<std::string_view> tags) {
+  std::string out;
+  size_t copied = 0;
+  std::string_view last;
+  size_t lastEnd = std::string::npos;  // where the last tag found ends
+  for (size_t lt = text.find('<'); lt != std::string::npos; lt = text.find('<', lt + 1)) {
+    for (const std::string_view tag : tags) {
+      if (text.compare(lt, tag.size(), tag) != 0) continue;
+      if (tag == last && lastEnd == lt) {
+        if (out.empty()) out.reserve(text.size());
+        out.append(text, copied, lt - copied);
+        copied = lt + tag.size();
+      }
+      last = tag;
+      lastEnd = lt + tag.size();
+      lt = lastEnd - 1;
+      break;
+    }
+  }
+  if (copied == 0) return;
+  out.append(text, copied, std::string::npos);
+  text = std::move(out);
+}
+
 void CleaningPass(std::string& text) {
-  common::CollapseRepeats(text, "<B>", true);
-  common::CollapseRepeats(text, "</B>", true);
-  common::CollapseRepeats(text, "<BR>", true);
+  CollapseRuns(text, {"<B>", "</B>", "<BR>"});
   // One block a line.
   Apply(text, {{"<BR>", "<BR>\r\n"}, {"</DIV><D", "</DIV>\r\n<D"}, {"</DIV><S", "</DIV>\r\n<S"}});
 }
@@ -505,8 +528,7 @@ std::string ConvertFb2Notes(std::string_view notes, const Fb2BodyOptions&) {
   if (paragraphs.empty()) return {};
   InlinePicturesPass(paragraphs);
   InlinePasses(paragraphs);
-  common::CollapseRepeats(paragraphs, "<B>", true);
-  common::CollapseRepeats(paragraphs, "</B>", true);
+  CollapseRuns(paragraphs, {"<B>", "</B>"});
   Apply(paragraphs, {{"</DIV><D", "</DIV>\r\n<D"}});
   return paragraphs;
 }

@@ -88,6 +88,10 @@ void SplitParts(std::string_view text, Fb2Parts& parts, int depth = 0) {
         TakeBody(child, parts, firstBody);
         firstBody = false;
       }
+    } else if (!child.name.empty() && child.name != "FictionBook" && child.name[0] != '/') {
+      // Sections and paragraphs that stand outside any body are still the book's text.
+      parts.body += child.whole;
+      firstBody = false;
     }
   }
 }
@@ -104,15 +108,33 @@ std::string Html(std::string_view text) {
 }
 
 // Text compared loosely: tags dropped, case and runs of blanks ignored.
-std::string Loose(std::string_view html) {
-  std::string text = common::ToLower(markup::OneLineText(html));
-  std::string out;
-  for (const char c : text) {
-    if (c == ' ' && (out.empty() || out.back() == ' ')) continue;
-    out += c;
+// The words of a heading, compared loosely: tags and punctuation dropped, lower case.
+std::vector<std::string> Words(std::string_view html) {
+  const std::string text = common::ToLower(markup::OneLineText(html));
+  std::vector<std::string> words;
+  std::string word;
+  for (size_t i = 0; i <= text.size(); ++i) {
+    const char c = i < text.size() ? text[i] : ' ';
+    const bool separator = c == ' ' || c == ',' || c == '.' || c == ';' || c == ':' || c == '-' || c == '"';
+    if (!separator) {
+      word += c;
+    } else if (!word.empty()) {
+      words.push_back(std::move(word));
+      word.clear();
+    }
   }
-  while (!out.empty() && out.back() == ' ') out.pop_back();
-  return out;
+  return words;
+}
+
+// True when every word of `line` is a word of `heading`: the body's title line says again
+// what the heading says ("Лев Толстой" under the heading "Лев Николаевич Толстой").
+bool SaysAgain(std::string_view line, std::string_view heading) {
+  const std::vector<std::string> lineWords = Words(line);
+  const std::vector<std::string> headingWords = Words(heading);
+  if (lineWords.empty()) return true;
+  for (const std::string& word : lineWords)
+    if (std::find(headingWords.begin(), headingWords.end(), word) == headingWords.end()) return false;
+  return true;
 }
 
 std::string AuthorHeading(const std::vector<PersonName>& authors) {
@@ -135,7 +157,7 @@ std::string AuthorHeading(const std::vector<PersonName>& authors) {
 
 // The headings at the top of the book: the description's author and title; without them the
 // body's title (first line the author when it has several); title lines that say something
-// else stay as subtitles under the headings.
+// else than the headings stay as subtitles under them.
 std::string Headings(const Fb2Parts& parts, const std::optional<Fb2Description>& description,
                      const common::ElementColours& colours) {
   std::string author = description ? Html(AuthorHeading(description->authors)) : std::string();
@@ -156,12 +178,8 @@ std::string Headings(const Fb2Parts& parts, const std::optional<Fb2Description>&
       title = lines[0];
     }
   } else {
-    const std::string looseAuthor = Loose(author);
-    const std::string looseTitle = Loose(title);
-    for (const std::string& line : lines) {
-      const std::string loose = Loose(line);
-      if (loose != looseAuthor && loose != looseTitle) subtitles.push_back(line);
-    }
+    for (const std::string& line : lines)
+      if (!SaysAgain(line, author) && !SaysAgain(line, title)) subtitles.push_back(line);
   }
   std::string out;
   if (!parts.leadPicture.empty()) out += parts.leadPicture + std::string(kCrLf);

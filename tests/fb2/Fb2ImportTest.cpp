@@ -235,6 +235,37 @@ TEST(Fb2Import, BrokenFileIsReadAsFarAsItGoesAndTheUserIsTold) {
   EXPECT_TRUE(HasItemContaining(skipped, "binaries with damaged base64"));
 }
 
+TEST(Fb2Import, HeadingsFromTheDescriptionOrTheBodyTitle) {
+  const std::string description =
+      "<description><title-info><author><first-name>Лев</first-name><middle-name>Николаевич</middle-name>"
+      "<last-name>Толстой</last-name></author><book-title>Война и мир</book-title></title-info></description>";
+  // Lines of the body's title that say the headings again go; others stay as subtitles.
+  std::string html0 =
+      Import(Fb2("<title><p>Лев Толстой</p><p>Война и мир.</p><p>Том первый</p></title><section><p>x</p></section>",
+                 description))
+          .result.html0;
+  EXPECT_TRUE(Contains(html0, "<B>Лев Николаевич Толстой</B>"));
+  EXPECT_TRUE(Contains(html0, "<B>Война и мир</B>"));
+  EXPECT_EQ(common::CountOccurrences(html0, markup::kSubtitleOpen), 1u);
+  EXPECT_TRUE(Contains(html0, "<B>Том первый</B></FONT></DIV></SPAN>"));
+  // Without a description the body's title gives them: author first when it has two lines.
+  html0 = Import(Fb2("<title><p>Anna Writer</p><p>The</p><p>Book</p></title><section><p>x</p></section>")).result.html0;
+  EXPECT_TRUE(Contains(html0, markup::MakeBookAuthor("Anna Writer", common::ElementColours{}.bookAuthor)));
+  EXPECT_TRUE(Contains(html0, markup::MakeBookTitle("The Book", common::ElementColours{}.bookTitle)));
+  html0 = Import(Fb2("<title><p>Only a title</p></title><section><p>x</p></section>")).result.html0;
+  EXPECT_FALSE(Contains(html0, markup::kBookAuthorOpen));
+  EXPECT_TRUE(Contains(html0, markup::MakeBookTitle("Only a title", common::ElementColours{}.bookTitle)));
+}
+
+TEST(Fb2Import, TextOutsideTheBodyIsKept) {
+  const std::string html0 = Import("<FictionBook><section><p>Lost section</p></section><p>Lost paragraph</p>"
+                                   "<binary id=\"x\" content-type=\"image/png\">QUJD</binary></FictionBook>")
+                                .result.html0;
+  EXPECT_TRUE(Contains(html0, "Lost section"));
+  EXPECT_TRUE(Contains(html0, "Lost paragraph"));
+  EXPECT_FALSE(Contains(html0, "QUJD"));
+}
+
 TEST(Fb2Import, TextWithoutFictionBookIsNotABook) {
   EXPECT_FALSE(Import("just some text, no markup at all").result.ok);
   EXPECT_FALSE(Import("").result.ok);

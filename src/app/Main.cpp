@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
   // Without a subcommand the program is the workshop, on the book named (if any).
   pw::app::WorkshopOptions workshop;
   std::string book, bookAfterR;
-  app.add_option("BOOK", book, "Book to open in the workshop");
+  app.add_option("BOOK", book, "Book to open in the workshop")->check(CLI::ExistingFile);
   app.add_option("-r", bookAfterR, "Book to open in the workshop (as from a shortcut)");
   app.add_option("--port", workshop.port, "Port of the workshop on 127.0.0.1 (default: a free one)")
       ->check(CLI::Range(1, 65535));

@@ -351,6 +351,8 @@ void WorkshopServer::Routes() {
     std::string name = in.contains("name") && in["name"].is_string() ? in["name"].get<std::string>() : "";
     name = fb2::MakeFb2FileName(description, name, false, false);
     const fs::path output = ExpandFolder(shell_->settings().fb2OutputFolder) / name;
+    std::error_code folderError;
+    fs::create_directories(output.parent_path(), folderError);
     fb2::Fb2ExportResult result;
     if (!fb2::MakeFb2File(document, description, options, bookFolder, output, false, session, &result)) {
       return Reply(response, {{"ok", false}}, 422);

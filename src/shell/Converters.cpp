@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "fb2/Fb2Import.h"
+#include "import/HtmlToBook.h"
 #include "shell/CitationFile.h"
 #include "shell/StoredBookInput.h"
 #include "shell/TextInput.h"
@@ -35,6 +36,10 @@ constexpr StatusRow kStatuses[] = {
     {"doc", "...converting doc to html..."},
 };
 
+bool ConvertHtmlBook(ConvertJob& job) {
+  return import::ConvertHtmlFileToHtml0(job.input, job.workingDocument, job.session);
+}
+
 bool ConvertFb2Book(ConvertJob& job) {
   return fb2::ConvertFb2FileToHtml0(job.input, job.workingDocument, job.session).has_value();
 }
@@ -47,6 +52,7 @@ ConverterRegistry MakeBuiltInConverters() {
   registry.Add({"text", {"txt"}, ConvertTextBook});
   registry.Add({"tcr book", {"tcr"}, ConvertTcrBook});
   registry.Add({"kml book", {"kml"}, ConvertKmlBook});
+  registry.Add({"HTML page", {"htm", "html", "shtml"}, ConvertHtmlBook});
   registry.Add({"FictionBook", {"fb2"}, ConvertFb2Book});
   registry.Add({"FictionBook XML", {"xml"}, ConvertFb2Book});
   return registry;

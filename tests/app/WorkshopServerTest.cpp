@@ -85,6 +85,7 @@ TEST(WorkshopServer, RefusesWhatDoesNotComeFromItsPage) {
 TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   RunningWorkshop workshop;
   httplib::Client client = workshop.Client();
+  workshop.server->shell().settings().fb2OutputFolder = (workshop.folder / "fb2").string();
   // A book on this machine.
   const fs::path book = workshop.folder / "book.html0";
   common::Settings settings;
@@ -115,6 +116,7 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   ASSERT_TRUE(fb2);
   ASSERT_EQ(fb2->status, 200) << fb2->body;
   EXPECT_NE(fb2->get_header_value("Content-Disposition").find("out.fb2"), std::string::npos);
+  EXPECT_TRUE(fs::exists(workshop.folder / "fb2" / "out.fb2"));
   EXPECT_NE(fb2->body.find("<p>Edited words of the book.</p>"), std::string::npos) << fb2->body;
   EXPECT_NE(fb2->body.find("<book-title>Made</book-title>"), std::string::npos);
   for (const auto& f : fb2::ValidateFb2Schema(fb2->body, fs::path(PW_SOURCE_DATA_DIR) / fb2::kFb2SchemaFile))

@@ -1,0 +1,92 @@
+// Browser tests of the workshop page: the real program serves the page, a headless Chromium
+// drives it as a user would.
+import { test, before, after } from 'node:test';
+import assert from 'node:assert/strict';
+import { spawn, execFileSync } from 'node:child_process';
+import { mkdtempSync, writeFileSync, readFileSync, mkdirSync, rmSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { chromium } from 'playwright-core';
+
+const program = process.env.PAGEWRIGHT;
+const artifacts = process.env.PW_ARTIFACTS || join(tmpdir(), 'pagewright-web-artifacts');
+const chromiumPath = process.env.CHROMIUM || '/usr/bin/chromium';
+let workshop;
+let address;
+let browser;
+let home;
+
+before(async () => {
+  assert.ok(program, 'PAGEWRIGHT names the program under test');
+  home = mkdtempSync(join(tmpdir(), 'pw-web-'));
+  mkdirSync(artifacts, { recursive: true });
+  // HOME too: the FB2 output folder of fresh settings is the user's home.
+  workshop = spawn(program, ['--no-browser', '--home', join(home, 'home')],
+                   { stdio: ['ignore', 'pipe', 'inherit'], env: { ...process.env, HOME: home } });
+  address = await new Promise((resolve, reject) => {
+    let out = '';
+    workshop.stdout.on('data', (chunk) => {
+      out += chunk;
+      const found = out.match(/http:\/\/127\.0\.0\.1:\d+\/\?s=[0-9a-f]+/);
+      if (found) resolve(found[0]);
+    });
+    workshop.on('exit', (code) => reject(new Error(`the workshop ended with ${code}`)));
+  });
+  browser = await chromium.launch({ executablePath: chromiumPath, headless: true, args: ['--no-sandbox'] });
+});
+
+after(async () => {
+  await browser?.close();
+  workshop?.kill();
+  rmSync(home, { recursive: true, force: true });
+});
+
+// The book shown in the editor frame, as HTML.
+async function editorHtml(page) {
+  return page.frameLocator('#editor').locator('body').innerHTML();
+}
+
+test('a book uploaded, edited, saved and made into a valid FB2', async () => {
+  const context = await browser.newContext({ acceptDownloads: true, viewport: { width: 1280, height: 800 } });
+  const page = await context.newPage();
+  await page.goto(address);
+  await page.waitForSelector('#Form1');
+
+  const book = join(home, 'upload.html');
+  writeFileSync(book, '<html><body><h1>Ann Lee. A Short Walk</h1><h2>Chapter One</h2>' +
+    '<p>It was a quiet morning in the valley.</p><p>She said nothing at all.</p>' +
+    '<h2>Chapter Two</h2><p>The road went on.</p></body></html>');
+  await page.setInputFiles('#UploadBook', book);
+  await page.frameLocator('#editor').locator('text=It was a quiet morning').waitFor();
+  const shown = await editorHtml(page);
+  assert.match(shown, /<span id="title"><div align="center"><font color="#001950"><b>Chapter One<\/b><\/font><\/div><\/span>/i);
+  const list = await page.locator('#ElementList li').allTextContents();
+  assert.ok(list.some((item) => item.includes('title: Chapter Two')), list.join('\n'));
+
+  // An edit typed into the book reaches the FB2.
+  const paragraph = page.frameLocator('#editor').locator('text=The road went on.');
+  await paragraph.click();
+  await page.keyboard.press('End');
+  await page.keyboard.type(' And on.');
+  await page.click('text=File');
+  await page.click('#MnSave');
+  await page.click('text=File');
+  await page.click('#MnMakeFictionBookFile');
+  await page.fill('#Fb2FileNameB', 'walk');
+  const [download] = await Promise.all([page.waitForEvent('download'), page.click('#MakeBookB')]);
+  const fb2 = join(home, 'walk.fb2');
+  await download.saveAs(fb2);
+  const text = readFileSync(fb2, 'utf8');
+  assert.match(text, /The road went on\. And on\./);
+  assert.match(text, /<book-title>A Short Walk<\/book-title>/);
+  execFileSync(program, ['validate', fb2]);  // throws when the file is not valid
+
+  await page.screenshot({ path: join(artifacts, 'workshop.png') });
+  await context.close();
+});
+
+test('a request without the secret is refused', async () => {
+  const origin = new URL(address).origin;
+  const response = await fetch(`${origin}/api/state`);
+  assert.equal(response.status, 403);
+});

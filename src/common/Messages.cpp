@@ -86,6 +86,28 @@ constexpr std::array kMessages{
                "часть файла FB2 не удалось прочитать как есть: "},
     MessageRow{Msg::Fb2GenreLeftOut, "genre left out, it is not an FB2 genre code: ",
                "жанр пропущен, такого кода жанра в FB2 нет: "},
+    MessageRow{Msg::NoTextSelected, "Error. No text selected in the main Pagewright window",
+               "Ошибка. В главном окне Pagewright не выделен текст"},
+    MessageRow{Msg::NoteNoBookmarks, "Error: no bookmarks inside selection",
+               "Ошибка: внутри выделения нет закладок"},
+    MessageRow{Msg::NoteBadSelection,
+               "Error: bad selection.\nTo format notes:\n- double-click on the first note;\n"
+               "- Shift+click on the last note;\n- Format -> mark note block.",
+               "Ошибка: неверное выделение.\nЧтобы оформить примечания:\n- дважды щёлкните по "
+               "первому примечанию;\n- Shift+щелчок по последнему примечанию;\n- Формат -> блок "
+               "примечаний."},
+    MessageRow{Msg::NoteBlockNotSelected,
+               "Error: the note block is not selected.\nA note block can be selected in two ways.\n"
+               "1. Double-click on the first note.\n2. Element Browser -> note block -> find -> "
+               "double-click on the block name.",
+               "Ошибка: блок примечаний не выделен.\nБлок примечаний можно выделить двумя способами.\n"
+               "1. Дважды щёлкните по первому примечанию.\n2. Обзор элементов -> блок примечаний -> "
+               "найти -> дважды щёлкните по имени блока."},
+    MessageRow{Msg::NoNoteBlocks, "no note blocks - nothing to remove",
+               "блоков примечаний нет - удалять нечего"},
+    MessageRow{Msg::OnlyWholeElementsMove,
+               "Only the complete Pagewright elements\nselected by the double click can be moved",
+               "Перемещать можно только целые элементы Pagewright,\nвыделенные двойным щелчком"},
 };
 static_assert(kMessages.size() == static_cast<size_t>(Msg::Count_),
               "every message needs its row");

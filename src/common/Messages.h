@@ -49,6 +49,12 @@ enum class Msg {
   Fb2DescriptionNotFound,
   Fb2ImportSkipped,         // + what was left out or mended
   Fb2GenreLeftOut,          // + genre code
+  NoTextSelected,
+  NoteNoBookmarks,
+  NoteBadSelection,
+  NoteBlockNotSelected,
+  NoNoteBlocks,
+  OnlyWholeElementsMove,
   Count_                    // keep last
 };
 

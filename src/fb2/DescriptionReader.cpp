@@ -218,7 +218,8 @@ std::optional<Fb2Description> ReadFb2FileDescription(std::string_view bytes, std
   if (open == std::string::npos) return std::nullopt;
   size_t end = tidy.find("</description>", open);
   end = end == std::string::npos ? tidy.size() : end + 14;
-  const Fb2Decoding decoded = DecodeFb2Text(std::string_view(tidy).substr(open, end - open), declared, language);
+  Fb2Decoding decoded = DecodeFb2Text(std::string_view(tidy).substr(open, end - open), declared, language);
+  if (decoded.source == common::CodePage::Utf8) RepairDoubleEncoding(decoded.text);
   return ReadTidyDescription(decoded.text);
 }
 

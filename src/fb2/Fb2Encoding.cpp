@@ -1,5 +1,7 @@
 #include "fb2/Fb2Encoding.h"
 
+#include <unordered_map>
+
 #include "common/Text.h"
 #include "common/Utf8.h"
 #include "import/Charset.h"
@@ -38,7 +40,72 @@ std::string FromUtf16(std::string_view bytes, bool littleEndian) {
   return out;
 }
 
+// The byte of `cp` in Windows-1252 (Latin-1 below 256 and the typographic characters of
+// 128 to 159); -1 when it has none.
+int Windows1252Byte(char32_t cp) {
+  if (cp < 0x80 || (cp >= 0xA0 && cp <= 0xFF)) return static_cast<int>(cp);
+  static const std::unordered_map<char32_t, int> specials = [] {
+    std::unordered_map<char32_t, int> map;
+    for (unsigned code = 0x80; code < 0xA0; ++code) {
+      const std::string ch = common::CharOfCode(code, CodePage::Win1252);
+      size_t pos = 0;
+      if (!ch.empty()) map.emplace(common::NextCodePoint(ch, pos), static_cast<int>(code));
+    }
+    return map;
+  }();
+  const auto it = specials.find(cp);
+  return it == specials.end() ? -1 : it->second;
+}
+
+bool IsUpperLatin1Letter(char32_t cp) { return (cp >= 0xC0 && cp <= 0xFF && cp != 0xD7 && cp != 0xF7) || cp == 0xA8 || cp == 0xB8; }
+bool IsAsciiLetter(char32_t cp) { return (cp >= 'a' && cp <= 'z') || (cp >= 'A' && cp <= 'Z'); }
+
 }  // namespace
+
+bool RepairDoubleEncoding(std::string& utf8) {
+  size_t whollyUpper = 0;
+  size_t mixed = 0;
+  bool inTag = false;
+  bool ascii = false;
+  bool upper = false;
+  size_t letters = 0;
+  auto endWord = [&] {
+    if (upper && !ascii && letters >= 3) ++whollyUpper;
+    if (upper && ascii) ++mixed;
+    ascii = upper = false;
+    letters = 0;
+  };
+  for (size_t pos = 0; pos < utf8.size();) {
+    const char32_t cp = common::NextCodePoint(utf8, pos);
+    if (cp == '<') inTag = true;
+    if (inTag) {
+      if (cp == '>') inTag = false;
+      endWord();
+      continue;
+    }
+    if (Windows1252Byte(cp) < 0) return false;  // a character no Latin-1 reading could have made
+    if (IsAsciiLetter(cp)) {
+      ascii = true;
+      ++letters;
+    } else if (IsUpperLatin1Letter(cp)) {
+      upper = true;
+      ++letters;
+    } else {
+      endWord();
+    }
+  }
+  endWord();
+  if (whollyUpper < 2 || whollyUpper <= mixed) return false;
+  std::string bytes;
+  bytes.reserve(utf8.size());
+  for (size_t pos = 0; pos < utf8.size();) {
+    const int byte = Windows1252Byte(common::NextCodePoint(utf8, pos));
+    if (byte < 0) return false;
+    bytes += static_cast<char>(byte);
+  }
+  utf8 = common::DecodeToUtf8(bytes, CodePage::Win1251);
+  return true;
+}
 
 std::string PrepareFb2Bytes(std::string_view bytes, bool& wasUtf16) {
   wasUtf16 = false;

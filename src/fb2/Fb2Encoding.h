@@ -31,4 +31,11 @@ struct Fb2Decoding {
 // import language setting). Never fails: what cannot be decoded becomes U+FFFD.
 Fb2Decoding DecodeFb2Text(std::string_view bytes, std::string_view declared, std::string_view language);
 
+// A Windows-1251 text that was once read as Latin-1 and saved again as UTF-8 ("Àëåêñàíäð" for
+// "Александр") is read back as it was meant. The text is taken as such only when outside its
+// tags it has no character beyond Windows-1252 and at least two words made wholly of letters
+// from the upper half of Latin-1, more than words that mix those letters with ASCII ones (as
+// Western languages do). Returns true when `utf8` was repaired.
+bool RepairDoubleEncoding(std::string& utf8);
+
 }  // namespace pw::fb2

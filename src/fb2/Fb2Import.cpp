@@ -306,6 +306,8 @@ Fb2ImportResult Convert(std::string_view bytes, common::Session& session, const 
     Fb2Decoding decoded = DecodeFb2Text(text, declared, settings.importLanguage);
     if (!decoded.note.empty()) result.skipped.push_back(decoded.note);
     text = std::move(decoded.text);
+    if (decoded.source == common::CodePage::Utf8 && RepairDoubleEncoding(text))
+      result.skipped.push_back("the text was encoded twice (windows-1251 read as Latin-1) and is read as meant");
   }
   session.codePage = ScriptFamily(text, settings.importLanguage);
   progress.Percent(30);

@@ -166,7 +166,10 @@ TEST(DescriptionReader, CorpusDescriptions) {
   ASSERT_TRUE(common::ReadWholeFile(stub, bytes));
   const auto s = ReadFb2FileDescription(bytes);
   ASSERT_TRUE(s);
-  EXPECT_EQ(s->authors.size(), 1u) << "the duplicated author";
+  ASSERT_EQ(s->authors.size(), 1u) << "the duplicated author";
+  EXPECT_EQ(s->authors[0].first, "Александр") << "text encoded twice is read as meant";
+  EXPECT_EQ(s->authors[0].last, "Бушков");
+  EXPECT_EQ(s->title, "Тринкомали");
   EXPECT_EQ(s->lang, "ru");
   EXPECT_EQ(s->id, "Mon Jun 10 21:46:00 2013");
 }

@@ -9,6 +9,7 @@
 #include "common/Files.h"
 #include "common/Text.h"
 #include "fb2/DescriptionReader.h"
+#include "fb2/Fb2Encoding.h"
 #include "markup/BookMarkup.h"
 #include "markup/DescriptionPlace.h"
 #include "support/TestSupport.h"
@@ -192,6 +193,26 @@ TEST(Fb2Import, ADeclarationThatLiesIsOverruledAndReported) {
     const Imported single = Import(head + "<FictionBook><body><p>" + win1251 + "</p></body></FictionBook>");
     EXPECT_TRUE(Contains(single.result.html0, cyrillic)) << head;
     EXPECT_TRUE(HasItemContaining(single.result.skipped, "windows-1251")) << head;
+  }
+}
+
+TEST(Fb2Import, TextEncodedTwiceIsReadAsMeant) {
+  // Windows-1251 bytes read as Latin-1 and saved as UTF-8, with typographic quotes of 128-159.
+  std::string twice = "<FictionBook><body><p>\u201C\u00CF\u00F0\u00E8\u00E2\u00E5\u00F2\u201D, "
+                      "\u00F1\u00EA\u00E0\u00E7\u00E0\u00EB \u00B8\u00E6.</p></body></FictionBook>";
+  std::string repaired = twice;
+  ASSERT_TRUE(RepairDoubleEncoding(repaired));
+  EXPECT_EQ(repaired, "<FictionBook><body><p>“Привет”, сказал ёж.</p></body></FictionBook>");
+  const Imported imported = Import(twice);
+  EXPECT_TRUE(Contains(imported.result.html0, "“Привет”, сказал ёж."));
+  EXPECT_TRUE(HasItemContaining(imported.result.skipped, "encoded twice"));
+  // Western text with accented letters, and text that has real Cyrillic, stay as they are.
+  for (std::string text : {std::string("<p>Une île où l'été déjà élégant, garçon à côté.</p>"),
+                           std::string("<p>Ärger über Öl, Straße, Müller — schön.</p>"),
+                           std::string("<p>Àëåêñàíäð Áóøêîâ и настоящий текст</p>")}) {
+    const std::string before = text;
+    EXPECT_FALSE(RepairDoubleEncoding(text)) << before;
+    EXPECT_EQ(text, before);
   }
 }
 

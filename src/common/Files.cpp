@@ -11,10 +11,21 @@ bool ReadWholeFile(const fs::path& path, std::string& out) {
   out.clear();
   std::ifstream in(path, std::ios::binary);
   if (!in) return false;
+  // One read of the size the file has; whatever it grew by meanwhile is read after it.
   std::error_code ec;
   const auto size = fs::file_size(path, ec);
-  if (!ec) out.reserve(static_cast<size_t>(size));
-  out.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  if (!ec && size > 0) {
+    out.resize(static_cast<size_t>(size));
+    in.read(out.data(), static_cast<std::streamsize>(size));
+    out.resize(static_cast<size_t>(in.gcount()));
+    if (in.bad()) {
+      out.clear();
+      return false;
+    }
+    if (!in.eof()) in.clear();
+  }
+  char buffer[65536];
+  while (in.read(buffer, sizeof buffer) || in.gcount() > 0) out.append(buffer, static_cast<size_t>(in.gcount()));
   if (in.bad()) {
     out.clear();
     return false;

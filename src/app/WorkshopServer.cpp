@@ -341,6 +341,8 @@ void WorkshopServer::Routes() {
     if (in.contains("library") && in["library"].is_boolean()) options.bookForLibrary = in["library"];
     fb2::Fb2Description description;
     const fs::path bookFolder = snapshot.file.parent_path();
+    for (const char* cover : {"cover.jpg", "cover.png"})
+      if (options.cover.empty() && fs::is_regular_file(bookFolder / cover)) options.cover = bookFolder / cover;
     if (auto stored = fb2::ReadDescriptionFile(bookFolder)) description = std::move(*stored);
     if (in.contains("title") && in["title"].is_string() && !in["title"].get<std::string>().empty())
       description.title = in["title"];

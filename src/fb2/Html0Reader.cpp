@@ -362,7 +362,8 @@ enum class SpanKind {
   TextAuthor,
   Annotation,
   NoteBlock,
-  Ignored,  // markers that hold nothing
+  Ignored,   // markers that hold nothing
+  Contents,  // the contents block: readers make their own from the sections
 };
 
 SpanKind KindOfSpan(std::string_view id) {
@@ -457,6 +458,7 @@ class Reader {
   // ----- lines
 
   void Text(std::string_view text) {
+    if (InContents()) return;
     if (headingDepth_ > 0) {
       headingText_ += text;
       return;
@@ -581,8 +583,17 @@ class Reader {
     return marked && (marked->kind == SpanKind::Title || marked->kind == SpanKind::Subtitle);
   }
 
+  bool InContents() const {
+    return std::any_of(spans_.begin(), spans_.end(), [](const OpenSpan& span) { return span.kind == SpanKind::Contents; });
+  }
+
   void OpenSpanTag(std::string_view attributes) {
     const std::string id = Attribute(attributes, "id");
+    if (id == "BCONTENTS" || InContents()) {
+      if (!InContents()) FinishLine(false);
+      spans_.push_back({SpanKind::Contents, 0});
+      return;
+    }
     if (id == "FbSection" || id == "FbSectionEnd") {
       FinishLine(false);
       Fb2Block block;
@@ -641,6 +652,10 @@ class Reader {
   void CloseSpan() {
     if (spans_.empty()) return;
     const OpenSpan span = spans_.back();
+    if (span.kind == SpanKind::Contents) {
+      spans_.pop_back();
+      return;
+    }
     if (span.kind != SpanKind::Plain && span.kind != SpanKind::Ignored) FinishLine(false);
     spans_.pop_back();
     if (span.kind == SpanKind::NoteBlock) {
@@ -731,6 +746,7 @@ class Reader {
       else OpenSpanTag(tag.attributes);
       return;
     }
+    if (InContents()) return;
     if (n.size() == 2 && n[0] == 'h' && n[1] >= '1' && n[1] <= '6') {
       Heading(tag);
       return;

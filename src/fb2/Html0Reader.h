@@ -75,7 +75,8 @@ struct Html0Book {
 // and returns its id; empty when the picture is left out.
 using PictureStore = std::function<std::string(std::string_view src, int width, int height)>;
 
-// Reads the book text (the whole html0 document or its body).
+// Reads the book text (the whole html0 document or its body). The contents block is left out:
+// a reader builds its own contents from the sections.
 Html0Book ReadHtml0Book(std::string_view html0, const PictureStore& pictures, common::Progress& progress);
 
 // Turns a run of book text (entities, blanks, any characters) into escaped XML text: entities

@@ -71,9 +71,12 @@ bool WriteFb2(const OutputJob& job, std::string& error) {
   fb2::Fb2ExportOptions options = fb2::ExportOptionsFromSettings(job.settings);
   options.fallbackTitle = job.output.stem().string();
   bool zip = job.settings.fb2Zip;
+  // A cover the book brought along (an FB2 source's cover picture) is the cover again.
+  for (const char* name : {"cover.jpg", "cover.png"})
+    if (options.cover.empty() && std::filesystem::is_regular_file(job.bookFolder / name)) options.cover = job.bookFolder / name;
   if (job.fb2) {
     Overlay(description, job.fb2->description);
-    options.cover = job.fb2->cover;
+    if (!job.fb2->cover.empty()) options.cover = job.fb2->cover;
     zip = zip || job.fb2->zip;
   }
   fb2::Fb2ExportResult result;

@@ -178,6 +178,17 @@ TEST(Fb2Export, NotesOutsideANoteBlockAreAskedAbout) {
   EXPECT_NE(sink.asked[0].find("Continue without the formatting?"), std::string::npos);
 }
 
+TEST(Fb2Export, TheContentsBlockIsLeftOut) {
+  std::string html = Book(markup::MakeBookTitle("Book", "#B90000") + markup::MakeTitle("One", kColour) +
+                          MakeParagraph("Text one.") + markup::MakeTitle("Two", kColour) + MakeParagraph("Text two."));
+  ASSERT_TRUE(markup::InsertContents(html, "Win1252"));
+  ASSERT_NE(html.find("<SPAN id=BCONTENTS>"), std::string::npos);
+  const std::string body = BodyOf(Export(html).fb2);
+  EXPECT_EQ(body.find("Table of Content"), std::string::npos) << body;
+  EXPECT_EQ(body.find("<a "), std::string::npos) << body;
+  EXPECT_EQ(common::CountOccurrences(body, "<section>"), 2u) << body;
+}
+
 TEST(Fb2Export, StylesAndUnderlineAsStrikethrough) {
   const std::string html = Book(MakeParagraph("<B>bold <I>both</B> italic</I> <U>under</U> x<SUB>2</SUB> e<SUP>x</SUP> "
                                               "<STRONG></STRONG>end"));

@@ -11,8 +11,10 @@ const FORMAT_OPERATIONS = [
   ['Title', 'title', '1'], ['Subtitle', 'subtitle', '2'], ['Epigraph', 'epigraph', '3'], ['Verse', 'verse', '4'],
   ['Cite', 'cite', '5'], ['Text author', 'textauthor', '6'], ['Annotation', 'annotation', ''],
   ['Book author', 'bookauthor', ''], ['Book title', 'booktitle', ''], ['Note block', 'noteblock', ''],
-  ['Paragraph', 'paragraph', '0'], ['Bold', 'bold', ''], ['Italic', 'italic', ''], ['Upper case', 'upper', ''],
-  ['Lower case', 'lower', ''],
+  ['Remove note block', 'removenoteblock', ''], ['Paragraph', 'paragraph', '0'],
+  ['Paragraph keeping styles', 'paragraphstyles', ''], ['Bold', 'bold', 'b'], ['Italic', 'italic', 'i'],
+  ['Underline', 'underline', 'u'], ['Superscript', 'sup', ''], ['Subscript', 'sub', ''], ['Upper case', 'upper', ''],
+  ['Lower case', 'lower', ''], ['Proper case', 'proper', ''], ['Remove spaces', 'removespaces', ''],
 ];
 
 const ELEMENT_NAMES = {
@@ -64,7 +66,9 @@ function loadEditor() {
 editor.addEventListener('load', () => {
   const doc = bookDocument();
   doc.designMode = 'on';
-  doc.addEventListener('input', () => { dirty = true; refreshElements(); });
+  doc.addEventListener('input', () => { dirty = true; lastWasOperation = false; refreshElements(); });
+  undoStack.length = 0;
+  redoStack.length = 0;
   doc.addEventListener('keydown', shortcut);
   refreshElements();
 });
@@ -117,8 +121,23 @@ async function openPath(path) {
   await poll();
 }
 
-// The selection's HTML goes to the server; the answer replaces it through the editor's own
-// command, so that undo and redo keep working.
+// Operations that mark whole paragraphs take every paragraph the selection touches.
+const BLOCK_OPERATIONS = new Set(['title', 'subtitle', 'epigraph', 'verse', 'cite', 'textauthor', 'annotation',
+  'bookauthor', 'booktitle', 'noteblock', 'removenoteblock', 'paragraph', 'paragraphstyles']);
+
+// The element operations keep their own undo and redo: the browser's editing commands would
+// rebuild the marked elements in their own way, so an operation replaces the selection in the
+// document itself and remembers the book as it was.
+const undoStack = [];
+const redoStack = [];
+let lastWasOperation = false;
+
+function topBlock(node, body) {
+  while (node && node.parentNode && node.parentNode !== body) node = node.parentNode;
+  return node && node.parentNode === body ? node : null;
+}
+
+// The selection's HTML goes to the server; the answer replaces it.
 async function formatSelection(operation) {
   const doc = bookDocument();
   const selection = doc.getSelection();
@@ -126,20 +145,59 @@ async function formatSelection(operation) {
     message('Error. No text selected in the main Pagewright window');
     return;
   }
+  const range = selection.getRangeAt(0);
+  if (BLOCK_OPERATIONS.has(operation)) {
+    const first = topBlock(range.startContainer, doc.body);
+    const last = topBlock(range.endContainer, doc.body);
+    if (first) range.setStartBefore(first);
+    if (last) range.setEndAfter(last);
+  }
   const holder = doc.createElement('div');
-  holder.append(selection.getRangeAt(0).cloneContents());
+  holder.append(range.cloneContents());
   const response = await postJson('/api/element', { operation, html: holder.innerHTML });
   const answer = await response.json();
   if (answer.html) {
-    doc.execCommand('insertHTML', false, answer.html);
+    undoStack.push(doc.body.innerHTML);
+    redoStack.length = 0;
+    range.deleteContents();
+    const template = doc.createElement('template');
+    template.innerHTML = answer.html;
+    const inserted = [...template.content.childNodes];
+    range.insertNode(template.content);
+    if (inserted.length) {
+      selection.removeAllRanges();
+      const after = doc.createRange();
+      after.setStartBefore(inserted[0]);
+      after.setEndAfter(inserted[inserted.length - 1]);
+      selection.addRange(after);
+    }
+    lastWasOperation = true;
     dirty = true;
     refreshElements();
   }
   await poll();
 }
 
+function undoOperation(redo) {
+  const doc = bookDocument();
+  const from = redo ? redoStack : undoStack;
+  const to = redo ? undoStack : redoStack;
+  if (!lastWasOperation || from.length === 0) return false;
+  to.push(doc.body.innerHTML);
+  doc.body.innerHTML = from.pop();
+  dirty = true;
+  refreshElements();
+  return true;
+}
+
 function shortcut(event) {
   if (!event.ctrlKey) return;
+  const key = event.key.toLowerCase();
+  if ((key === 'z' && !event.shiftKey && undoOperation(false)) ||
+      ((key === 'y' || (key === 'z' && event.shiftKey)) && undoOperation(true))) {
+    event.preventDefault();
+    return;
+  }
   if (event.key === 's') {
     event.preventDefault();
     save();
@@ -188,7 +246,7 @@ function setUp() {
     menu.append(button);
   }
   const toolbar = $('toolbar');
-  for (const [label, operation, key] of FORMAT_OPERATIONS.filter(([, , key]) => key)) {
+  for (const [label, operation, key] of FORMAT_OPERATIONS.filter(([, , key]) => key >= '0' && key <= '9')) {
     const button = document.createElement('button');
     button.textContent = label;
     button.title = `Format as ${label.toLowerCase()} (Ctrl+${key})`;

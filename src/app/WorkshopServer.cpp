@@ -15,6 +15,7 @@
 #include "common/Text.h"
 #include "fb2/DescriptionReader.h"
 #include "fb2/Fb2Export.h"
+#include "markup/ElementOperations.h"
 #include "shell/BookSession.h"
 
 namespace pw::app {
@@ -322,6 +323,21 @@ void WorkshopServer::Routes() {
       return Reply(response, {{"ok", false}, {"error", "unknown command"}}, 400);
     }
     Reply(response, {{"ok", ok}});
+  });
+
+  // An element operation on the selection: its HTML in, the HTML that replaces it out.
+  server.Post("/api/element", [this](const httplib::Request& request, httplib::Response& response) {
+    const json in = json::parse(request.body, nullptr, false);
+    if (!in.is_object() || !in.contains("operation") || !in["operation"].is_string() || !in.contains("html") ||
+        !in["html"].is_string())
+      return Reply(response, {{"ok", false}}, 400);
+    std::lock_guard lock(bookMutex_);
+    common::Messages messages(channel_, shell_->settings().interfaceLanguage);
+    const auto result = markup::ApplySelectionOperation(in["operation"].get<std::string>(), in["html"].get<std::string>(),
+                                                        shell_->settings(), channel_, messages);
+    if (!result.known) return Reply(response, {{"ok", false}, {"error", "unknown operation"}}, 400);
+    if (!result.html.empty()) shell_->session().MarkChanged();
+    Reply(response, {{"ok", true}, {"html", result.html}});
   });
 
   // The book as a FictionBook file: written to the output folder and sent back for download.

@@ -63,6 +63,26 @@ test('a book uploaded, edited, saved and made into a valid FB2', async () => {
   const list = await page.locator('#ElementList li').allTextContents();
   assert.ok(list.some((item) => item.includes('title: Chapter Two')), list.join('\n'));
 
+  // A paragraph marked as a title, then the marking undone; a paragraph marked as an epigraph.
+  const selectParagraph = (text) => page.frameLocator('#editor').locator(`div:text-is("${text}")`).evaluate((el) => {
+    const doc = el.ownerDocument;
+    const range = doc.createRange();
+    range.selectNode(el);
+    doc.getSelection().removeAllRanges();
+    doc.getSelection().addRange(range);
+  });
+  await selectParagraph('She said nothing at all.');
+  await page.click('#toolbar >> text=Title');
+  await page.frameLocator('#editor').locator('span#title:has-text("She said nothing at all.")').waitFor();
+  assert.match(await editorHtml(page),
+    /<span id="title"><div align="center"><font color="#001950"><b>She said nothing at all\.<\/b><\/font><\/div><\/span>/i);
+  await page.frameLocator('#editor').locator('body').press('Control+z');
+  await page.frameLocator('#editor').locator('span#title:has-text("She said nothing at all.")').waitFor({ state: 'detached' });
+  await selectParagraph('It was a quiet morning in the valley.');
+  await page.click('#toolbar >> text=Epigraph');
+  await page.frameLocator('#editor').locator('span#epigraph').waitFor();
+  assert.match(await editorHtml(page), /<span id="epigraph"><i><font color="#0000CD">.*It was a quiet morning in the valley\./is);
+
   // An edit typed into the book reaches the FB2.
   const paragraph = page.frameLocator('#editor').locator('text=The road went on.');
   await paragraph.click();
@@ -79,6 +99,7 @@ test('a book uploaded, edited, saved and made into a valid FB2', async () => {
   const text = readFileSync(fb2, 'utf8');
   assert.match(text, /The road went on\. And on\./);
   assert.match(text, /<book-title>A Short Walk<\/book-title>/);
+  assert.match(text, /<epigraph>\s*<p>It was a quiet morning in the valley\.<\/p>\s*<\/epigraph>/);
   execFileSync(program, ['validate', fb2]);  // throws when the file is not valid
 
   await page.screenshot({ path: join(artifacts, 'workshop.png') });

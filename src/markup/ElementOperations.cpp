@@ -194,6 +194,10 @@ class SelectionScanner {
       } else if (c == '&' && common::FindAsciiCaseless(s.substr(i, kNbspEntity.size()), kNbspEntity) == 0) {
         line_.Blank();
         i += kNbspEntity.size();
+      } else if (c == '<') {
+        // Not a tag: a bracket of the text, written as the escape it should have been.
+        Text("&lt;");
+        ++i;
       } else if (s.compare(i, kTextAuthorMarker.size(), kTextAuthorMarker) == 0) {
         lineAuthor_ = true;
         i += kTextAuthorMarker.size();

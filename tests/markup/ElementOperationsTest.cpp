@@ -87,6 +87,20 @@ TEST(OneLineElements, MarkingAMarkedElementReplacesItsMark) {
             title);
 }
 
+TEST(OneLineElements, BrokenSelectionsStillGiveCleanText) {
+  // Cleaning is stable: the text of a made element cleans to itself, whatever the selection was.
+  for (std::string_view selection :
+       {"a < b", "<", "<a", "x</b></i>y", "<span id=txtaut>unclosed", "&", "&nbsp", "\xEE\x80",
+        "<div align=right>r</div", "<<b>>", "<IMG src=x.png", "one<!-- note -->two"}) {
+    const std::string text = CleanOneLineText(selection);
+    EXPECT_EQ(CleanOneLineText(text), text) << selection;
+    const std::string title = FormatAsElement(selection, ElementKind::Title, kColours);
+    EXPECT_EQ(title, text.empty() ? "" : MakeTitle(text, kColours.title)) << selection;
+    EXPECT_EQ(OneLineText(title), text) << selection;
+  }
+  EXPECT_EQ(CleanOneLineText("a < b"), "a &lt; b");
+}
+
 // --- blocks --------------------------------------------------------------------------------
 
 TEST(Blocks, LinesBecomeParagraphsWithTheRightAlignedAuthorLast) {

@@ -217,22 +217,36 @@ async function save() {
   await poll();
 }
 
+// Sends `body` to `path` and offers the file that comes back as a download.
+async function download(path, body, fallbackName) {
+  const response = await postJson(path, body);
+  if (!response.ok) return;
+  const blob = await response.blob();
+  const disposition = response.headers.get('Content-Disposition') || '';
+  const name = (disposition.match(/filename="([^"]+)"/) || [])[1] || fallbackName;
+  const link = document.createElement('a');
+  link.href = URL.createObjectURL(blob);
+  link.download = name;
+  link.click();
+}
+
+async function makeStoredBook() {
+  await sendDocument();
+  await download('/api/stored', {
+    name: $('PwFileName').value, author: $('PwAuthor').value, title: $('PwTitle').value, genre: $('PwGenre').value,
+    language: $('PwLanguage').value, rating: $('PwRating').value, keywords: $('PwKeywords').value,
+    annotation: $('PwAnnotation').value, compress: $('PwCompress').checked,
+  }, 'book.html0');
+  await poll();
+}
+
 async function makeFb2() {
   await sendDocument();
   const body = {
     name: $('Fb2FileNameB').value, author: $('b_author').value, title: $('b_title').value, genre: $('b_genre').value,
     encoding: $('EncodingT').value, dashes: $('DashesLengthL').value, library: $('BookForLibraryB').checked,
   };
-  const response = await postJson('/api/fb2', body);
-  if (response.ok) {
-    const blob = await response.blob();
-    const disposition = response.headers.get('Content-Disposition') || '';
-    const name = (disposition.match(/filename="([^"]+)"/) || [])[1] || 'noname.fb2';
-    const link = document.createElement('a');
-    link.href = URL.createObjectURL(blob);
-    link.download = name;
-    link.click();
-  }
+  await download('/api/fb2', body, 'noname.fb2');
   await poll();
 }
 
@@ -271,6 +285,8 @@ function setUp() {
   $('MnReloadBook').addEventListener('click', async () => { await resolveUnsaved(); await postJson('/api/command', { name: 'reload' }); await poll(); });
   $('MnSave').addEventListener('click', save);
   $('MnMakeFictionBookFile').addEventListener('click', () => $('Fb2F').showModal());
+  $('MnMakePagewrightFile').addEventListener('click', () => $('MakePwFileF').showModal());
+  $('MakePwFileF').addEventListener('close', () => { if ($('MakePwFileF').returnValue === 'ok') makeStoredBook(); });
   $('Fb2F').addEventListener('close', () => { if ($('Fb2F').returnValue === 'ok') makeFb2(); });
   $('MnQuit').addEventListener('click', async () => {
     await resolveUnsaved();

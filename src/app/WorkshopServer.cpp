@@ -17,6 +17,8 @@
 #include "fb2/Fb2Export.h"
 #include "markup/ElementOperations.h"
 #include "shell/BookSession.h"
+#include "shell/SaveBook.h"
+#include "markup/StoredBook.h"
 
 namespace pw::app {
 
@@ -338,6 +340,46 @@ void WorkshopServer::Routes() {
     if (!result.known) return Reply(response, {{"ok", false}, {"error", "unknown operation"}}, 400);
     if (!result.html.empty()) shell_->session().MarkChanged();
     Reply(response, {{"ok", true}, {"html", result.html}});
+  });
+
+  // The book as a stored book: the seven header fields, optionally compressed, written to the
+  // library folder and sent back for download.
+  server.Post("/api/stored", [this](const httplib::Request& request, httplib::Response& response) {
+    json in = json::parse(request.body, nullptr, false);
+    if (!in.is_object()) in = json::object();
+    std::lock_guard lock(bookMutex_);
+    std::string document;
+    if (!editor_.Document(document)) return Reply(response, {{"ok", false}}, 409);
+    const auto snapshot = editor_.Current();
+    const fs::path bookFolder = snapshot.file.parent_path();
+    const std::string saved = shell::MakeSavedDocument(document, shell_->settings(), shell::TodayText());
+    markup::StoredBookHeader header = shell::CompleteHeader(shell_->session().header(), saved);
+    static constexpr std::pair<const char*, markup::HeaderField> kFields[] = {
+        {"annotation", markup::HeaderField::Annotation}, {"author", markup::HeaderField::Author},
+        {"title", markup::HeaderField::Title},           {"genre", markup::HeaderField::Genre},
+        {"language", markup::HeaderField::Language},     {"rating", markup::HeaderField::Rating},
+        {"keywords", markup::HeaderField::Keywords}};
+    for (const auto& [key, field] : kFields)
+      if (in.contains(key) && in[key].is_string() && !in[key].get<std::string>().empty()) header[field] = in[key];
+    const bool compress = in.contains("compress") && in["compress"].is_boolean() && in["compress"].get<bool>();
+    const markup::StoredBook book = shell::MakeStoredBook(saved, bookFolder, header, compress);
+    std::string name = in.contains("name") && in["name"].is_string() ? in["name"].get<std::string>() : "";
+    name = fs::path(name).filename().string();
+    if (name.empty()) name = header[markup::HeaderField::Title].empty() ? "book" : header[markup::HeaderField::Title];
+    for (char& c : name)
+      if (c == '/' || c == '\\' || c == ':' || c == '"' || static_cast<unsigned char>(c) < 32) c = '_';
+    if (!common::EndsWith(name, ".html0")) name += ".html0";
+    const fs::path output = ExpandFolder(shell_->settings().libraryFolder) / name;
+    std::error_code folderError;
+    fs::create_directories(output.parent_path(), folderError);
+    std::string error;
+    if (!markup::SaveStoredBookFile(output, book, error)) {
+      channel_.Show(error);
+      return Reply(response, {{"ok", false}}, 422);
+    }
+    response.set_content(markup::WriteStoredBook(book), "application/octet-stream");
+    response.set_header("Content-Disposition", "attachment; filename=\"" + name + "\"");
+    response.set_header("X-Pagewright-Saved-As", output.string());
   });
 
   // The book as a FictionBook file: written to the output folder and sent back for download.

@@ -134,6 +134,27 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   EXPECT_TRUE(notFound) << state.dump();
   EXPECT_NE(client.Get("/book/document")->body.find("Edited words"), std::string::npos);
 
+  // An element operation on a selection.
+  auto element = client.Post("/api/element",
+                             json{{"operation", "title"}, {"html", "<div align=justify>&nbsp;Chapter&nbsp; One</div>"}}.dump(),
+                             "application/json");
+  ASSERT_TRUE(element);
+  EXPECT_EQ(json::parse(element->body)["html"],
+            "<SPAN id=title><DIV align=center><FONT color=#001950><B>Chapter One</B></FONT></DIV></SPAN>");
+  EXPECT_EQ(client.Post("/api/element", json{{"operation", "explode"}, {"html", "x"}}.dump(), "application/json")->status,
+            400);
+  auto empty = client.Post("/api/element", json{{"operation", "title"}, {"html", "<b>&nbsp;</b>"}}.dump(), "application/json");
+  EXPECT_EQ(json::parse(empty->body)["html"], "");
+
+  // The stored book with its header.
+  workshop.server->shell().settings().libraryFolder = (workshop.folder / "library").string();
+  auto stored = client.Post("/api/stored", json{{"title", "Stored"}, {"author", "Me"}, {"compress", true}}.dump(),
+                            "application/json");
+  ASSERT_TRUE(stored);
+  ASSERT_EQ(stored->status, 200);
+  EXPECT_TRUE(fs::exists(workshop.folder / "library" / "Stored.html0"));
+  EXPECT_EQ(stored->body.rfind("<!pwfile", 0), 0u);
+
   // Quit ends the serving thread.
   EXPECT_EQ(client.Post("/api/command", json{{"name", "quit"}}.dump(), "application/json")->status, 200);
   workshop.thread.join();

@@ -8,6 +8,7 @@
 #include "common/Text.h"
 #include "common/Utf8.h"
 #include "import/Entities.h"
+#include "markup/TagReader.h"
 
 namespace pw::fb2 {
 
@@ -18,9 +19,7 @@ constexpr size_t kMaxPictures = 10000;
 constexpr size_t kMaxNoteBlocks = 1000;
 constexpr size_t kMaxNotes = 5000;
 
-bool IsAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
-char Lower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
 
 // ---------------------------------------------------------------------------------------------
 // Text
@@ -95,77 +94,12 @@ void AppendBookText(std::string& out, std::string_view text, bool& pendingBlank)
 // ---------------------------------------------------------------------------------------------
 // Tags
 
-struct Tag {
-  std::string name;  // lower case, without "/"
-  bool closing = false;
-  std::string_view attributes;
-};
+using Tag = markup::TagToken;
 
-// Reads the tag at `pos` (text[pos] == '<'); false when what stands there is no tag.
-bool ReadTag(std::string_view text, size_t pos, Tag& tag, size_t& end) {
-  size_t i = pos + 1;
-  tag.closing = i < text.size() && text[i] == '/';
-  if (tag.closing) ++i;
-  if (i >= text.size() || !IsAsciiLetter(text[i])) return false;
-  tag.name.clear();
-  while (i < text.size() && (IsAsciiLetter(text[i]) || (text[i] >= '0' && text[i] <= '9') || text[i] == '_' ||
-                             text[i] == '-' || text[i] == ':'))
-    tag.name.push_back(Lower(text[i++]));
-  const size_t attrStart = i;
-  char quote = 0;
-  for (; i < text.size(); ++i) {
-    const char c = text[i];
-    if (quote) {
-      if (c == quote) quote = 0;
-    } else if (c == '"' || c == '\'') {
-      // Quotes count only where an attribute value starts.
-      if (i > attrStart && text[i - 1] == '=') quote = c;
-    } else if (c == '>') {
-      break;
-    } else if (c == '<') {
-      return false;  // a "<" inside a tag: the first one was text
-    }
-  }
-  if (i >= text.size()) return false;
-  tag.attributes = text.substr(attrStart, i - attrStart);
-  end = i + 1;
-  return true;
-}
+bool ReadTag(std::string_view text, size_t pos, Tag& tag, size_t& end) { return markup::ReadTagToken(text, pos, tag, end); }
 
-// The value of attribute `name` (lower case) in `attributes`; empty when absent.
 std::string Attribute(std::string_view attributes, std::string_view name) {
-  size_t i = 0;
-  while (i < attributes.size()) {
-    while (i < attributes.size() && !IsAsciiLetter(attributes[i])) ++i;
-    const size_t nameStart = i;
-    while (i < attributes.size() && attributes[i] != '=' && attributes[i] != ' ' && attributes[i] != '\t' &&
-           attributes[i] != '\r' && attributes[i] != '\n' && attributes[i] != '/')
-      ++i;
-    std::string attr;
-    for (size_t k = nameStart; k < i; ++k) attr.push_back(Lower(attributes[k]));
-    while (i < attributes.size() && (attributes[i] == ' ' || attributes[i] == '\t')) ++i;
-    std::string value;
-    if (i < attributes.size() && attributes[i] == '=') {
-      ++i;
-      while (i < attributes.size() && (attributes[i] == ' ' || attributes[i] == '\t')) ++i;
-      if (i < attributes.size() && (attributes[i] == '"' || attributes[i] == '\'')) {
-        const char quote = attributes[i++];
-        const size_t close = attributes.find(quote, i);
-        const size_t stop = close == std::string_view::npos ? attributes.size() : close;
-        value.assign(attributes.substr(i, stop - i));
-        i = stop + 1;
-      } else {
-        const size_t start = i;
-        while (i < attributes.size() && attributes[i] != ' ' && attributes[i] != '\t' && attributes[i] != '\r' &&
-               attributes[i] != '\n')
-          ++i;
-        value.assign(attributes.substr(start, i - start));
-      }
-    }
-    if (attr == name) return value;
-    if (i == nameStart) ++i;
-  }
-  return {};
+  return markup::TagAttribute(attributes, name);
 }
 
 // The plain text of an attribute value ("&amp;" and the like decoded, no markup).

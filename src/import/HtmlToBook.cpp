@@ -12,6 +12,7 @@
 #include "import/Entities.h"
 #include "import/TextToBook.h"
 #include "markup/BookMarkup.h"
+#include "markup/TagReader.h"
 
 namespace pw::import {
 
@@ -22,89 +23,21 @@ namespace {
 constexpr std::string_view kStatus = "...converting to Pagewright format...";
 
 bool IsAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-char Lower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f'; }
 
 // ---------------------------------------------------------------------------------------------
 // Tags
 
-struct Tag {
-  std::string name;  // lower case
-  bool closing = false;
-  std::string_view attributes;
-};
+using Tag = markup::TagToken;
 
-// Reads the tag at `pos` (a "<"); false when what stands there is text.
-bool ReadTag(std::string_view text, size_t pos, Tag& tag, size_t& end) {
-  size_t i = pos + 1;
-  tag.closing = i < text.size() && text[i] == '/';
-  if (tag.closing) ++i;
-  if (i >= text.size() || !IsAsciiLetter(text[i])) return false;
-  tag.name.clear();
-  while (i < text.size() && (IsAsciiLetter(text[i]) || (text[i] >= '0' && text[i] <= '9') || text[i] == ':' ||
-                             text[i] == '-' || text[i] == '_'))
-    tag.name.push_back(Lower(text[i++]));
-  const size_t attrStart = i;
-  char quote = 0;
-  for (; i < text.size(); ++i) {
-    const char c = text[i];
-    if (quote) {
-      if (c == quote) quote = 0;
-    } else if ((c == '"' || c == '\'') && i > attrStart) {
-      size_t k = i;
-      while (k > attrStart && IsBlank(text[k - 1])) --k;
-      if (k > attrStart && text[k - 1] == '=') quote = c;
-    } else if (c == '>') {
-      break;
-    }
-  }
-  if (i >= text.size()) return false;
-  tag.attributes = text.substr(attrStart, i - attrStart);
-  end = i + 1;
-  return true;
-}
+bool ReadTag(std::string_view text, size_t pos, Tag& tag, size_t& end) { return markup::ReadTagToken(text, pos, tag, end); }
 
 std::string Attribute(std::string_view attributes, std::string_view name) {
-  size_t i = 0;
-  while (i < attributes.size()) {
-    while (i < attributes.size() && !IsAsciiLetter(attributes[i])) ++i;
-    const size_t nameStart = i;
-    while (i < attributes.size() && attributes[i] != '=' && !IsBlank(attributes[i]) && attributes[i] != '/' &&
-           attributes[i] != '>')
-      ++i;
-    std::string attr;
-    for (size_t k = nameStart; k < i; ++k) attr.push_back(Lower(attributes[k]));
-    while (i < attributes.size() && IsBlank(attributes[i])) ++i;
-    std::string value;
-    if (i < attributes.size() && attributes[i] == '=') {
-      ++i;
-      while (i < attributes.size() && IsBlank(attributes[i])) ++i;
-      if (i < attributes.size() && (attributes[i] == '"' || attributes[i] == '\'')) {
-        const char quote = attributes[i++];
-        const size_t close = attributes.find(quote, i);
-        const size_t stop = close == std::string_view::npos ? attributes.size() : close;
-        value.assign(attributes.substr(i, stop - i));
-        i = stop + 1;
-      } else {
-        const size_t start = i;
-        while (i < attributes.size() && !IsBlank(attributes[i])) ++i;
-        value.assign(attributes.substr(start, i - start));
-      }
-    }
-    if (attr == name) return value;
-    if (i == nameStart) ++i;
-  }
-  return {};
+  return markup::TagAttribute(attributes, name);
 }
 
-// The end of the element `name` whose content starts at `pos` (after the closing tag), or the
-// end of the text when it is never closed.
 size_t SkipElement(std::string_view html, size_t pos, std::string_view name) {
-  const std::string close = "</" + std::string(name);
-  const size_t at = common::FindAsciiCaseless(html, close, pos);
-  if (at == std::string_view::npos) return html.size();
-  const size_t gt = html.find('>', at);
-  return gt == std::string_view::npos ? html.size() : gt + 1;
+  return markup::SkipElementContent(html, pos, name);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -5,6 +5,7 @@ const $ = (id) => document.getElementById(id);
 const editor = $('editor');
 let shownVersion = -1;
 let dirty = false;
+let serverChanged = false;
 
 // Element operations of the Format menu: [label, operation, shortcut digit].
 const FORMAT_OPERATIONS = [
@@ -15,6 +16,17 @@ const FORMAT_OPERATIONS = [
   ['Paragraph keeping styles', 'paragraphstyles', ''], ['Bold', 'bold', 'b'], ['Italic', 'italic', 'i'],
   ['Underline', 'underline', 'u'], ['Superscript', 'sup', ''], ['Subscript', 'sub', ''], ['Upper case', 'upper', ''],
   ['Lower case', 'lower', ''], ['Proper case', 'proper', ''], ['Remove spaces', 'removespaces', ''],
+];
+
+// Whole-book operations of the Book menu.
+const BOOK_OPERATIONS = [
+  ['Capitalise titles', 'capitalisetitles'], ['Capitalise subtitles', 'capitalisesubtitles'],
+  ['Capitalise book author', 'capitalisebookauthor'], ['Capitalise book title', 'capitalisebooktitle'],
+  ['Subtitles to titles', 'subtitlestotitles'], ['Titles to subtitles', 'titlestosubtitles'],
+  ['Titles to paragraphs', 'titlestoparagraphs'], ['Subtitles to paragraphs', 'subtitlestoparagraphs'],
+  ['Remove page breaks', 'removepagebreaks'], ['Insert contents', 'insertcontents'],
+  ['Delete contents', 'deletecontents'], ['Remove note blocks', 'removenoteblocks'],
+  ['Move element up', 'moveup'], ['Move element down', 'movedown'],
 ];
 
 const ELEMENT_NAMES = {
@@ -51,7 +63,7 @@ async function sendDocument() {
 
 // Before a command replaces the book: the unsaved-changes question.
 async function resolveUnsaved() {
-  if (!dirty) return;
+  if (!dirty && !serverChanged) return;
   if (confirm('Current file was not saved\nDo you want to save the changes?')) {
     await sendDocument();
     await postJson('/api/command', { name: 'save' });
@@ -96,6 +108,7 @@ async function poll() {
     $('status').textContent = state.status;
     $('percent').value = state.percent;
     $('caption').textContent = state.caption;
+    serverChanged = state.changed;
     document.title = state.caption ? `${state.caption} - Pagewright` : 'Pagewright';
     for (const text of state.messages) message(text);
     if (state.version !== shownVersion) {
@@ -190,6 +203,26 @@ function undoOperation(redo) {
   return true;
 }
 
+// A whole-book operation: the book goes to the server, which sends back the new one. Moving
+// an element marks the element that holds the cursor first.
+async function bookOperation(operation) {
+  const doc = bookDocument();
+  if (operation === 'moveup' || operation === 'movedown') {
+    const selection = doc.getSelection();
+    const block = selection && selection.rangeCount ? topBlock(selection.getRangeAt(0).startContainer, doc.body) : null;
+    if (!block) {
+      message('Error. No text selected in the main Pagewright window');
+      return;
+    }
+    const marker = doc.createElement('span');
+    marker.id = 'MovedElSt';
+    block.before(marker);
+  }
+  await sendDocument();
+  await postJson('/api/book', { operation });
+  await poll();
+}
+
 function shortcut(event) {
   if (!event.ctrlKey) return;
   const key = event.key.toLowerCase();
@@ -258,6 +291,14 @@ function setUp() {
     button.dataset.operation = operation;
     button.addEventListener('click', () => formatSelection(operation));
     menu.append(button);
+  }
+  const bookMenu = $('BookMenu');
+  for (const [label, operation] of BOOK_OPERATIONS) {
+    const button = document.createElement('button');
+    button.textContent = label;
+    button.dataset.operation = operation;
+    button.addEventListener('click', () => bookOperation(operation));
+    bookMenu.append(button);
   }
   const toolbar = $('toolbar');
   for (const [label, operation, key] of FORMAT_OPERATIONS.filter(([, , key]) => key >= '0' && key <= '9')) {

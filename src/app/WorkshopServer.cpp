@@ -15,7 +15,9 @@
 #include "common/Text.h"
 #include "fb2/DescriptionReader.h"
 #include "fb2/Fb2Export.h"
+#include "markup/BookOperations.h"
 #include "markup/ElementOperations.h"
+#include "markup/TagReader.h"
 #include "shell/BookSession.h"
 #include "shell/SaveBook.h"
 #include "markup/StoredBook.h"
@@ -94,6 +96,12 @@ void PageEditor::SetCaption(std::string_view caption) {
 void PageEditor::Edit(std::string html) {
   std::lock_guard lock(mutex_);
   document_ = std::move(html);
+}
+
+void PageEditor::Replace(std::string html) {
+  std::lock_guard lock(mutex_);
+  document_ = std::move(html);
+  ++version_;
 }
 
 PageEditor::Snapshot PageEditor::Current() const {
@@ -279,7 +287,7 @@ void WorkshopServer::Routes() {
   // The page's edits: the whole document, sent before a command reads it.
   server.Post("/api/document", [this](const httplib::Request& request, httplib::Response& response) {
     std::lock_guard lock(bookMutex_);
-    editor_.Edit(request.body);
+    editor_.Edit(markup::ToBookSpelling(request.body));
     shell_->session().MarkChanged();
     Reply(response, {{"ok", true}});
   });
@@ -340,6 +348,25 @@ void WorkshopServer::Routes() {
     if (!result.known) return Reply(response, {{"ok", false}, {"error", "unknown operation"}}, 400);
     if (!result.html.empty()) shell_->session().MarkChanged();
     Reply(response, {{"ok", true}, {"html", result.html}});
+  });
+
+  // A whole-book operation on the document the page sent last; the page then shows the result.
+  server.Post("/api/book", [this](const httplib::Request& request, httplib::Response& response) {
+    const json in = json::parse(request.body, nullptr, false);
+    if (!in.is_object() || !in.contains("operation") || !in["operation"].is_string())
+      return Reply(response, {{"ok", false}}, 400);
+    std::lock_guard lock(bookMutex_);
+    std::string document;
+    if (!editor_.Document(document)) return Reply(response, {{"ok", false}}, 409);
+    common::Messages messages(channel_, shell_->settings().interfaceLanguage);
+    const auto result =
+        markup::ApplyBookOperation(in["operation"].get<std::string>(), document, shell_->settings(), channel_, messages);
+    if (!result.known) return Reply(response, {{"ok", false}, {"error", "unknown operation"}}, 400);
+    if (result.changed) {
+      editor_.Replace(std::move(document));
+      shell_->session().MarkChanged();
+    }
+    Reply(response, {{"ok", true}, {"changed", result.changed}});
   });
 
   // The book as a stored book: the seven header fields, optionally compressed, written to the

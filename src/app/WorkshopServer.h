@@ -44,6 +44,8 @@ class PageEditor final : public shell::EditorSurface {
 
   // What the page edited.
   void Edit(std::string html);
+  // A document rewritten here (a whole-book operation): the page shows it anew.
+  void Replace(std::string html);
   // The document, its file (the working document) and a number that grows with every load.
   struct Snapshot {
     std::string html;

@@ -1,5 +1,7 @@
 #include "markup/TagReader.h"
 
+#include <algorithm>
+
 #include "common/Text.h"
 
 namespace pw::markup {
@@ -75,6 +77,90 @@ std::string TagAttribute(std::string_view attributes, std::string_view name) {
     if (i == nameStart) ++i;
   }
   return {};
+}
+
+std::vector<std::pair<std::string, std::string>> TagAttributes(std::string_view attributes) {
+  std::vector<std::pair<std::string, std::string>> out;
+  size_t i = 0;
+  while (i < attributes.size()) {
+    while (i < attributes.size() && !IsAsciiLetter(attributes[i])) ++i;
+    if (i >= attributes.size()) break;
+    const size_t nameStart = i;
+    while (i < attributes.size() && attributes[i] != '=' && !IsBlank(attributes[i]) && attributes[i] != '/' &&
+           attributes[i] != '>')
+      ++i;
+    std::string name;
+    for (size_t k = nameStart; k < i; ++k) name.push_back(Lower(attributes[k]));
+    size_t look = i;
+    while (look < attributes.size() && IsBlank(attributes[look])) ++look;
+    std::string value;
+    bool hasValue = false;
+    if (look < attributes.size() && attributes[look] == '=') {
+      hasValue = true;
+      i = look + 1;
+      while (i < attributes.size() && IsBlank(attributes[i])) ++i;
+      if (i < attributes.size() && (attributes[i] == '"' || attributes[i] == '\'')) {
+        const char quote = attributes[i++];
+        const size_t close = attributes.find(quote, i);
+        const size_t stop = close == std::string_view::npos ? attributes.size() : close;
+        value.assign(attributes.substr(i, stop - i));
+        i = std::min(attributes.size(), stop + 1);
+      } else {
+        const size_t start = i;
+        while (i < attributes.size() && !IsBlank(attributes[i])) ++i;
+        value.assign(attributes.substr(start, i - start));
+      }
+    }
+    out.emplace_back(std::move(name), hasValue ? std::move(value) : std::string());
+    if (i == nameStart) ++i;
+  }
+  return out;
+}
+
+std::string ToBookSpelling(std::string_view html) {
+  std::string out;
+  out.reserve(html.size());
+  size_t pos = 0;
+  while (pos < html.size()) {
+    const size_t lt = html.find('<', pos);
+    if (lt == std::string_view::npos) break;
+    out.append(html, pos, lt - pos);
+    if (html.compare(lt, 4, "<!--") == 0) {
+      const size_t end = html.find("-->", lt + 4);
+      const size_t stop = end == std::string_view::npos ? html.size() : end + 3;
+      out.append(html, lt, stop - lt);
+      pos = stop;
+      continue;
+    }
+    TagToken tag;
+    size_t end = 0;
+    if (!ReadTagToken(html, lt, tag, end)) {
+      out.push_back('<');
+      pos = lt + 1;
+      continue;
+    }
+    out.push_back('<');
+    if (tag.closing) out.push_back('/');
+    for (const char c : tag.name) out.push_back((c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c);
+    for (const auto& [name, value] : TagAttributes(tag.attributes)) {
+      out.push_back(' ');
+      out += name;
+      if (value.empty()) continue;  // an attribute without a value, or an empty one
+      out.push_back('=');
+      const bool bare = !value.empty() && value.find_first_of(" \t\r\n\"'<>=`") == std::string::npos;
+      if (bare) {
+        out += value;
+      } else {
+        out.push_back('"');
+        out += common::ReplaceAll(value, "\"", "&quot;");
+        out.push_back('"');
+      }
+    }
+    out.push_back('>');
+    pos = end;
+  }
+  out.append(html.substr(std::min(pos, html.size())));
+  return out;
 }
 
 size_t SkipElementContent(std::string_view html, size_t pos, std::string_view name) {

@@ -146,6 +146,25 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   auto empty = client.Post("/api/element", json{{"operation", "title"}, {"html", "<b>&nbsp;</b>"}}.dump(), "application/json");
   EXPECT_EQ(json::parse(empty->body)["html"], "");
 
+  // A whole-book operation rewrites the document and the page is told to show it anew.
+  const unsigned before = json::parse(client.Get("/api/state")->body)["version"];
+  auto bookOp = client.Post("/api/book", json{{"operation", "titlestoparagraphs"}}.dump(), "application/json");
+  ASSERT_TRUE(bookOp);
+  EXPECT_EQ(json::parse(bookOp->body)["ok"], true);
+  EXPECT_EQ(client.Post("/api/book", json{{"operation", "nothing"}}.dump(), "application/json")->status, 400);
+  // The page's own spelling (lower case, quoted) comes back in the book's.
+  EXPECT_EQ(client.Post("/api/document",
+                        "<html><body><span id=\"title\"><div align=\"center\"><font color=\"#001950\"><b>T</b></font>"
+                        "</div></span></body></html>",
+                        "text/html")
+                ->status,
+            200);
+  EXPECT_NE(client.Get("/book/document")->body.find("<SPAN id=title><DIV align=center>"), std::string::npos);
+  bookOp = client.Post("/api/book", json{{"operation", "titlestosubtitles"}}.dump(), "application/json");
+  EXPECT_EQ(json::parse(bookOp->body)["changed"], true);
+  EXPECT_NE(client.Get("/book/document")->body.find("<SPAN id=subtitle>"), std::string::npos);
+  EXPECT_GT(json::parse(client.Get("/api/state")->body)["version"].get<unsigned>(), before);
+
   // The stored book with its header.
   workshop.server->shell().settings().libraryFolder = (workshop.folder / "library").string();
   auto stored = client.Post("/api/stored", json{{"title", "Stored"}, {"author", "Me"}, {"compress", true}}.dump(),

@@ -83,14 +83,20 @@ test('a book uploaded, edited, saved and made into a valid FB2', async () => {
   await page.frameLocator('#editor').locator('span#epigraph').waitFor();
   assert.match(await editorHtml(page), /<span id="epigraph"><i><font color="#0000CD">.*It was a quiet morning in the valley\./is);
 
+  // A whole-book operation from the Book menu: the contents block appears in the editor.
+  await page.click('#menu > .menu > button:text-is("Book")');
+  await page.click('#BookMenu >> text=Insert contents');
+  await page.frameLocator('#editor').locator('span#BCONTENTS').waitFor();
+  assert.match(await page.locator('#status').textContent(), /^\.\.\./);
+
   // An edit typed into the book reaches the FB2.
   const paragraph = page.frameLocator('#editor').locator('text=The road went on.');
   await paragraph.click();
   await page.keyboard.press('End');
   await page.keyboard.type(' And on.');
-  await page.click('text=File');
+  await page.click('#menu > .menu > button:text-is("File")');
   await page.click('#MnSave');
-  await page.click('text=File');
+  await page.click('#menu > .menu > button:text-is("File")');
   await page.click('#MnMakeFictionBookFile');
   await page.fill('#Fb2FileNameB', 'walk');
   const [download] = await Promise.all([page.waitForEvent('download'), page.click('#MakeBookB')]);

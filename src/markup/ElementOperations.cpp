@@ -215,7 +215,7 @@ class SelectionScanner {
 
  private:
   void Text(std::string_view piece) {
-    shapeStyle_.clear();
+    shapeStyle_ = {};
     line_.Text(piece);
     freshBlock_ = false;
     sawText_ = true;
@@ -241,7 +241,7 @@ class SelectionScanner {
       if (!tag.closing && name == shapeStyle_) {
         // The bold of a heading or the italics of a block belong to the element's look, not
         // to the text, and go with the element.
-        shapeStyle_.clear();
+        shapeStyle_ = {};
         return;
       }
       if (!KeepsStyle(options_.styles, name)) return;
@@ -321,7 +321,7 @@ class SelectionScanner {
   LineBuilder line_;
   Scan scan_;
   std::vector<bool> spans_;  // open spans: true for a text-author element
-  std::string shapeStyle_;    // "b" or "i" while the opening of an element's look is pending
+  std::string_view shapeStyle_;  // "b" or "i" while the opening of an element's look is pending
   bool lineAuthor_ = false;
   bool freshBlock_ = false;  // a paragraph opened and nothing in it yet
   bool sawText_ = false;

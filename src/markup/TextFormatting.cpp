@@ -253,8 +253,10 @@ void ProperCase(std::string_view text, bool& inWord, std::string& out) {
 }  // namespace
 
 std::string WrapTextInStyle(std::string_view html, std::string_view tagName) {
-  const std::string open = "<" + std::string(tagName) + ">";
-  const std::string close = "</" + std::string(tagName) + ">";
+  std::string open("<");
+  open.append(tagName).push_back('>');
+  std::string close("</");
+  close.append(tagName).push_back('>');
   std::string out;
   out.reserve(html.size() + 32);
   std::vector<Token> run;

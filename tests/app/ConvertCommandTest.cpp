@@ -70,10 +70,13 @@ TEST(ConvertCommand, ManyBooksInParallel) {
     book.document = "<HTML><BODY><DIV align=justify>&nbsp;&nbsp;&nbsp;&nbsp;Book number " + std::to_string(i) +
                     "</DIV></BODY></HTML>";
     book.compressed = i % 2 == 0;
-    ASSERT_TRUE(common::MakeFolderIfMissing(folder / ("set" + std::to_string(i))));
-    const auto unique = folder / ("set" + std::to_string(i)) / ("b" + std::to_string(i) + ".html0");
+    const std::string number = std::to_string(i);
+    const auto set = folder / std::string("set").append(number);
+    ASSERT_TRUE(common::MakeFolderIfMissing(set));
+    const auto unique = set / std::string("b").append(number).append(".html0");
     ASSERT_TRUE(common::WriteFileAtomic(unique, markup::WriteStoredBook(book)));
-    inputs += " " + unique.string();
+    inputs += ' ';
+    inputs += unique.string();
   }
   std::string output;
   ASSERT_EQ(test::RunCommand(Program() + " convert -q --jobs 2 --to html0 -o " + (folder / "out").string() + inputs +
@@ -83,7 +86,8 @@ TEST(ConvertCommand, ManyBooksInParallel) {
       << output;
   for (int i = 0; i < kBooks; ++i) {
     std::string bytes;
-    ASSERT_TRUE(common::ReadWholeFile(folder / "out" / ("b" + std::to_string(i) + ".html0"), bytes)) << i;
+    ASSERT_TRUE(common::ReadWholeFile(folder / "out" / std::string("b").append(std::to_string(i)).append(".html0"), bytes))
+        << i;
     markup::StoredBook book;
     std::string error;
     ASSERT_TRUE(markup::ReadStoredBook(bytes, book, error));

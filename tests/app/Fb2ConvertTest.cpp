@@ -15,7 +15,12 @@ namespace fs = std::filesystem;
 
 std::string Program() { return test::ProgramPath().string(); }
 
-std::string Quote(const fs::path& path) { return "'" + path.string() + "'"; }
+std::string Quote(const fs::path& path) {
+  std::string quoted(1, '\'');
+  quoted += path.string();
+  quoted += '\'';
+  return quoted;
+}
 
 // Every FB2 the command writes passes our schema, and the public one when the corpus is there.
 void ExpectValid(const fs::path& fb2) {

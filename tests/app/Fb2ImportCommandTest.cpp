@@ -13,7 +13,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string Quote(const fs::path& path) { return "'" + path.string() + "'"; }
+std::string Quote(const fs::path& path) {
+  std::string quoted(1, '\'');
+  quoted += path.string();
+  quoted += '\'';
+  return quoted;
+}
 
 int Convert(const std::string& arguments, const fs::path& home, std::string& output) {
   return test::RunCommand(test::ProgramPath().string() + " convert -q " + arguments + " --home " + Quote(home), &output);

@@ -39,6 +39,9 @@ struct ConvertOptions {
   bool keepPictureSizes = false;
   std::string authors;
   std::string genres;
+  std::string cleanUpBefore;
+  std::string cleanUpAfter;
+  std::string cleanUpOutput;
 };
 
 int Convert(const ConvertOptions& options) {
@@ -64,6 +67,9 @@ int Convert(const ConvertOptions& options) {
       settings.*option.field = std::string(shell::MatchChoice(option, given->second));
   }
 
+  if (!options.cleanUpBefore.empty()) settings.cleanUpBefore = options.cleanUpBefore;
+  if (!options.cleanUpAfter.empty()) settings.cleanUpAfter = options.cleanUpAfter;
+  if (!options.cleanUpOutput.empty()) settings.cleanUpOutput = options.cleanUpOutput;
   if (!options.encoding.empty()) settings.fb2Encoding = options.encoding;
   if (!options.dashes.empty()) settings.dashStyle = options.dashes;
   if (options.library) settings.fb2BookForLibrary = true;
@@ -122,6 +128,16 @@ void RegisterConvertCommand(CLI::App& app, CommandAction& action) {
                       "Workshop folder (default: $PAGEWRIGHT_HOME, else the per-user data folder)");
   convert->add_flag("-q,--quiet", options->quiet, "No progress bar and no list of written books");
   convert->add_flag("-y,--yes", options->yes, "Answer yes to every question (such as notes not in a note block)");
+  auto* correct = convert->add_option_group("Correction");
+  correct->add_option("--cleanup-before", options->cleanUpBefore,
+                      "Rule file (.bcf) run over a text source before it is structured, or none "
+                      "(default: the saved setting; relative names are read from the workshop's BookCleaner folder)");
+  correct->add_option("--cleanup-after", options->cleanUpAfter, "Rule file run over the converted book, or none");
+  correct->add_option("--cleanup-output", options->cleanUpOutput, "Rule file run over the book before it is written, or none");
+  correct->add_option("--hyphenate", request.hyphenate,
+                      "Put soft hyphens into the paragraphs before writing: a language (Russian, English, Spanish, "
+                      "German, French, Polish, Czech) or auto")
+      ->check(CLI::IsMember({"auto", "Russian", "English", "Spanish", "German", "French", "Polish", "Czech"}));
   auto* fb2 = convert->add_option_group("FictionBook output");
   shell::Fb2Request& f = request.fb2;
   fb2->add_option("--encoding", options->encoding, "Encoding of the FB2 file (default: the saved setting, utf-8)")

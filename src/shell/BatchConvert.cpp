@@ -8,6 +8,9 @@
 
 #include "common/Files.h"
 #include "shell/BookOutput.h"
+#include "corrector/CleanUpFile.h"
+#include "corrector/Hyphenation.h"
+#include "import/Charset.h"
 #include "shell/BookSession.h"
 #include "shell/EditorSurface.h"
 #include "shell/SaveBook.h"
@@ -52,6 +55,20 @@ bool ConvertOne(const PlannedBook& planned, size_t index, const BookWriter& writ
   if (ok && !editor.Document(document)) {
     messages.Show(common::Msg::ErrorProcessingFile, ": " + planned.input);
     ok = false;
+  }
+  if (ok && (!request.hyphenate.empty() || (!settings.cleanUpOutput.empty() &&
+                                              settings.cleanUpOutput != corrector::kNoRuleFile))) {
+    // The book as the user would correct it before writing: the "output" clean-up slot, then
+    // soft hyphens in its paragraphs.
+    common::Session job(progress, messages);
+    job.settings = settings;
+    job.workFolder = session.bookFolder();
+    document = corrector::ApplyCleanUpFile(document, settings.cleanUpOutput, workshop.bookCleaner(), job);
+    if (!request.hyphenate.empty()) {
+      std::string language = request.hyphenate;
+      if (language == "auto") language = import::DetectLanguage(document.substr(0, 200000));
+      document = corrector::InsertHyphenations(document, false, language, progress);
+    }
   }
   if (ok) {
     OutputJob job{document, session.bookFolder(), session.header(), planned.output, request.compress,

@@ -22,6 +22,7 @@ struct BatchRequest {
   std::string target;  // empty: from the output's extension, else "fb2"
   bool compress = false;
   unsigned jobs = 1;
+  std::string hyphenate;  // empty: no hyphenation; a language name, or "auto" for the text's own
   Fb2Request fb2;
 };
 

@@ -4,6 +4,7 @@
 
 #include "common/CodePage.h"
 #include "common/Files.h"
+#include "common/Text.h"
 #include "fb2/Fb2Schema.h"
 #include "shell/Converters.h"
 #include "support/TestSupport.h"
@@ -98,6 +99,33 @@ TEST(Fb2Convert, CorpusBooksBecomeValidFb2) {
     ++converted;
   }
   std::printf("corpus books to valid FB2: %d of %d\n", converted, tried);
+}
+
+TEST(Fb2Convert, CleanUpAndHyphenationBeforeWriting) {
+  test::ScratchFolder folder;
+  const std::string home = " --home " + Quote(folder / "home");
+  ASSERT_TRUE(common::WriteFileAtomic(folder / "book.txt",
+                                      "Глава первая\n\n     Он сказал  , что  придёт завтра  ; никто не поверил .\n"
+                                      "     Электрификация всей страны продолжалась непрерывно.\n"));
+  const fs::path rules = fs::path(PW_SOURCE_DATA_DIR) / "BookCleanerDef.bcf";
+  std::string output;
+  ASSERT_EQ(test::RunCommand(Program() + " convert -q --cleanup-before none --cleanup-after none --cleanup-output " +
+                                 Quote(rules) + " --hyphenate Russian " + Quote(folder / "book.txt") + " -o " +
+                                 Quote(folder / "book.html0") + home,
+                             &output),
+            0)
+      << output;
+  std::string book;
+  ASSERT_TRUE(common::ReadWholeFile(folder / "book.html0", book));
+  // The default rules took the blanks before the punctuation; hyphenation put soft hyphens in.
+  EXPECT_NE(book.find("Он ска\xC2\xADзал"), std::string::npos) << book;
+  EXPECT_NE(common::ReplaceAll(book, "\xC2\xAD", "").find("Он сказал, что придёт завтра; никто не поверил."),
+            std::string::npos)
+      << book;
+  EXPECT_NE(test::RunCommand(Program() + " convert -q --hyphenate Klingon " + Quote(folder / "book.txt") + " -o " +
+                                 Quote(folder / "x.html0") + home,
+                             &output),
+            0);
 }
 
 }  // namespace

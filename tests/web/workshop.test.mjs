@@ -46,16 +46,15 @@ async function editorHtml(page) {
   return page.frameLocator('#editor').locator('body').innerHTML();
 }
 
-test('a book uploaded, edited, saved and made into a valid FB2', async () => {
+test('a text book uploaded, marked, edited, saved and made into a valid FB2', async () => {
   const context = await browser.newContext({ acceptDownloads: true, viewport: { width: 1280, height: 800 } });
   const page = await context.newPage();
   await page.goto(address);
   await page.waitForSelector('#Form1');
 
-  const book = join(home, 'upload.html');
-  writeFileSync(book, '<html><body><h1>Ann Lee. A Short Walk</h1><h2>Chapter One</h2>' +
-    '<p>It was a quiet morning in the valley.</p><p>She said nothing at all.</p>' +
-    '<h2>Chapter Two</h2><p>The road went on.</p></body></html>');
+  const book = join(home, 'walk.txt');
+  writeFileSync(book, 'Ann Lee\n\nA Short Walk\n\nChapter One\n\nIt was a quiet morning in the valley.\n\n' +
+    'She said nothing at all.\n\nChapter Two\n\nThe road went on.\n');
   await page.setInputFiles('#UploadBook', book);
   await page.frameLocator('#editor').locator('text=It was a quiet morning').waitFor();
   const shown = await editorHtml(page);
@@ -82,6 +81,16 @@ test('a book uploaded, edited, saved and made into a valid FB2', async () => {
   await page.click('#toolbar >> text=Epigraph');
   await page.frameLocator('#editor').locator('span#epigraph').waitFor();
   assert.match(await editorHtml(page), /<span id="epigraph"><i><font color="#0000CD">.*It was a quiet morning in the valley\./is);
+
+  // The first two lines become the book's author and title through the Format menu.
+  await selectParagraph('Ann Lee');
+  await page.click('#menu > .menu > button:text-is("Format")');
+  await page.click('#FormatMenu >> button[data-operation="bookauthor"]');
+  await page.frameLocator('#editor').locator('h2#BookAuthor').waitFor();
+  await selectParagraph('A Short Walk');
+  await page.click('#menu > .menu > button:text-is("Format")');
+  await page.click('#FormatMenu >> button[data-operation="booktitle"]');
+  await page.frameLocator('#editor').locator('h2#BookTitle').waitFor();
 
   // A whole-book operation from the Book menu: the contents block appears in the editor.
   await page.click('#menu > .menu > button:text-is("Book")');

@@ -141,6 +141,9 @@ bool BookSession::Convert(const std::string& path, const Fresh& fresh, fs::path&
   ConvertJob request{source, workingDocument, fresh.bookFolder, source.filename().string(), job, std::nullopt};
   const bool converted = converter->convert(request);
   header = std::move(request.header);
+  // The script family the import decided is the book's from now on (contents heading, letter
+  // classes, hyphenation).
+  if (converted && job.codePage != common::CodePage::Utf8) settings_.bookCodePage = common::CodePageName(job.codePage);
   return converted && common::FileExists(workingDocument);
 }
 

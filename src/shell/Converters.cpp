@@ -4,6 +4,7 @@
 
 #include "fb2/Fb2Import.h"
 #include "import/HtmlToBook.h"
+#include "shell/ArchiveInput.h"
 #include "shell/CitationFile.h"
 #include "shell/StoredBookInput.h"
 #include "shell/TextInput.h"
@@ -55,6 +56,7 @@ ConverterRegistry MakeBuiltInConverters() {
   registry.Add({"HTML page", {"htm", "html", "shtml"}, ConvertHtmlBook});
   registry.Add({"FictionBook", {"fb2"}, ConvertFb2Book});
   registry.Add({"FictionBook XML", {"xml"}, ConvertFb2Book});
+  registry.SetArchiveUnpacker(UnpackArchive);
   return registry;
 }
 

@@ -47,35 +47,8 @@ bool ReadTagToken(std::string_view text, size_t pos, TagToken& tag, size_t& end)
 }
 
 std::string TagAttribute(std::string_view attributes, std::string_view name) {
-  size_t i = 0;
-  while (i < attributes.size()) {
-    while (i < attributes.size() && !IsAsciiLetter(attributes[i])) ++i;
-    const size_t nameStart = i;
-    while (i < attributes.size() && attributes[i] != '=' && !IsBlank(attributes[i]) && attributes[i] != '/' &&
-           attributes[i] != '>')
-      ++i;
-    std::string attr;
-    for (size_t k = nameStart; k < i; ++k) attr.push_back(Lower(attributes[k]));
-    while (i < attributes.size() && IsBlank(attributes[i])) ++i;
-    std::string value;
-    if (i < attributes.size() && attributes[i] == '=') {
-      ++i;
-      while (i < attributes.size() && IsBlank(attributes[i])) ++i;
-      if (i < attributes.size() && (attributes[i] == '"' || attributes[i] == '\'')) {
-        const char quote = attributes[i++];
-        const size_t close = attributes.find(quote, i);
-        const size_t stop = close == std::string_view::npos ? attributes.size() : close;
-        value.assign(attributes.substr(i, stop - i));
-        i = stop + 1;
-      } else {
-        const size_t start = i;
-        while (i < attributes.size() && !IsBlank(attributes[i])) ++i;
-        value.assign(attributes.substr(start, i - start));
-      }
-    }
-    if (attr == name) return value;
-    if (i == nameStart) ++i;
-  }
+  for (auto& [attribute, value] : TagAttributes(attributes))
+    if (attribute == name) return std::move(value);
   return {};
 }
 

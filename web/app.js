@@ -5,6 +5,33 @@ const $ = (id) => document.getElementById(id);
 const editor = $('editor');
 let shownVersion = -1;
 let dirty = false;
+let texts = {
+  unsaved: 'Current file was not saved\nDo you want to save the changes?',
+  noSelection: 'Error. No text selected in the main Pagewright window',
+};
+let shownLanguage = 'en';
+
+// The page's own labels in Russian; the English ones stand in the page itself.
+const RUSSIAN_LABELS = {
+  File: 'Файл', Format: 'Формат', Book: 'Книга', MnOpen: 'Открыть…', MnEmptyBook: 'Пустая книга',
+  MnReloadBook: 'Загрузить заново', MnSave: 'Сохранить', MnMakeFictionBookFile: 'Сделать FB2…',
+  MnMakePagewrightFile: 'Сохранить в библиотеку…', MnQuit: 'Выход', Elements: 'Элементы',
+  Title: 'Заголовок', Subtitle: 'Подзаголовок', Epigraph: 'Эпиграф', Verse: 'Стихи', Cite: 'Цитата',
+  'Text author': 'Автор текста', Paragraph: 'Абзац',
+};
+
+function applyLanguage(language) {
+  if (language === shownLanguage || language !== 'ru') return;
+  shownLanguage = language;
+  document.documentElement.lang = language;
+  for (const button of document.querySelectorAll('#menu > .menu > button, #toolbar button'))
+    if (RUSSIAN_LABELS[button.textContent]) button.textContent = RUSSIAN_LABELS[button.textContent];
+  for (const [id, label] of Object.entries(RUSSIAN_LABELS)) {
+    const element = document.getElementById(id);
+    if (element) element.textContent = label;
+  }
+  document.querySelector('#elements h2').textContent = RUSSIAN_LABELS.Elements;
+}
 let serverChanged = false;
 
 // Element operations of the Format menu: [label, operation, shortcut digit].
@@ -64,7 +91,7 @@ async function sendDocument() {
 // Before a command replaces the book: the unsaved-changes question.
 async function resolveUnsaved() {
   if (!dirty && !serverChanged) return;
-  if (confirm('Current file was not saved\nDo you want to save the changes?')) {
+  if (confirm(texts.unsaved)) {
     await sendDocument();
     await postJson('/api/command', { name: 'save' });
   }
@@ -109,6 +136,8 @@ async function poll() {
     $('percent').value = state.percent;
     $('caption').textContent = state.caption;
     serverChanged = state.changed;
+    if (state.texts) texts = state.texts;
+    applyLanguage(state.language);
     document.title = state.caption ? `${state.caption} - Pagewright` : 'Pagewright';
     for (const text of state.messages) message(text);
     if (state.version !== shownVersion) {
@@ -155,7 +184,7 @@ async function formatSelection(operation) {
   const doc = bookDocument();
   const selection = doc.getSelection();
   if (!selection || selection.rangeCount === 0 || selection.isCollapsed) {
-    message('Error. No text selected in the main Pagewright window');
+    message(texts.noSelection);
     return;
   }
   const range = selection.getRangeAt(0);
@@ -211,7 +240,7 @@ async function bookOperation(operation) {
     const selection = doc.getSelection();
     const block = selection && selection.rangeCount ? topBlock(selection.getRangeAt(0).startContainer, doc.body) : null;
     if (!block) {
-      message('Error. No text selected in the main Pagewright window');
+      message(texts.noSelection);
       return;
     }
     const marker = doc.createElement('span');

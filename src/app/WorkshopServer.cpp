@@ -280,7 +280,11 @@ void WorkshopServer::Routes() {
     for (const auto& file : recent)
       if (!file.empty() && file != common::kRecentFilesPlaceholder) files.push_back(file);
     body["recent"] = files;
-    body["language"] = shell_->settings().interfaceLanguage == common::Language::Russian ? "ru" : "en";
+    const common::Language language = shell_->settings().interfaceLanguage;
+    body["language"] = language == common::Language::Russian ? "ru" : "en";
+    // The texts the page itself shows, in the interface language.
+    body["texts"] = {{"unsaved", std::string(common::MessageText(common::Msg::UnsavedChanges, language))},
+                     {"noSelection", std::string(common::MessageText(common::Msg::NoTextSelected, language))}};
     Reply(response, body);
   });
 

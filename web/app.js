@@ -354,7 +354,16 @@ function setUp() {
   $('MnEmptyBook').addEventListener('click', async () => { await resolveUnsaved(); await postJson('/api/command', { name: 'empty' }); await poll(); });
   $('MnReloadBook').addEventListener('click', async () => { await resolveUnsaved(); await postJson('/api/command', { name: 'reload' }); await poll(); });
   $('MnSave').addEventListener('click', save);
-  $('MnMakeFictionBookFile').addEventListener('click', () => $('Fb2F').showModal());
+  $('MnMakeFictionBookFile').addEventListener('click', async () => {
+    // The form starts from the book's description, or from its headings.
+    await sendDocument();
+    const described = await (await api('/api/description')).json();
+    $('Fb2FileNameB').value = described.name || '';
+    $('b_author').value = described.author || '';
+    $('b_title').value = described.title || '';
+    $('b_genre').value = described.genre || '';
+    $('Fb2F').showModal();
+  });
   $('MnMakePagewrightFile').addEventListener('click', () => $('MakePwFileF').showModal());
   $('MakePwFileF').addEventListener('close', () => { if ($('MakePwFileF').returnValue === 'ok') makeStoredBook(); });
   $('Fb2F').addEventListener('close', () => { if ($('Fb2F').returnValue === 'ok') makeFb2(); });

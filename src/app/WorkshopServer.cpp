@@ -15,6 +15,7 @@
 #include "common/Text.h"
 #include "fb2/DescriptionReader.h"
 #include "fb2/Fb2Export.h"
+#include "markup/BookMarkup.h"
 #include "markup/BookOperations.h"
 #include "markup/ElementOperations.h"
 #include "markup/TagReader.h"
@@ -371,6 +372,27 @@ void WorkshopServer::Routes() {
       shell_->session().MarkChanged();
     }
     Reply(response, {{"ok", true}, {"changed", result.changed}});
+  });
+
+  // The description the FB2 form starts from: the book's own, else what its headings say.
+  server.Get("/api/description", [this](const httplib::Request&, httplib::Response& response) {
+    std::lock_guard lock(bookMutex_);
+    const auto snapshot = editor_.Current();
+    fb2::Fb2Description description;
+    if (auto stored = fb2::ReadDescriptionFile(snapshot.file.parent_path())) description = std::move(*stored);
+    if (description.title.empty()) description.title = markup::BookHeadingText(snapshot.html, markup::kBookTitleOpen);
+    std::string author;
+    for (const auto& person : description.authors) {
+      std::string name = person.first;
+      for (const std::string* part : {&person.middle, &person.last, &person.nickname})
+        if (!part->empty()) name += (name.empty() ? "" : " ") + *part;
+      author += (author.empty() ? "" : ", ") + name;
+    }
+    if (author.empty()) author = markup::BookHeadingText(snapshot.html, markup::kBookAuthorOpen);
+    std::string genres;
+    for (const auto& genre : description.genres) genres += (genres.empty() ? "" : ", ") + genre;
+    Reply(response, {{"author", author}, {"title", description.title}, {"genre", genres},
+                     {"name", snapshot.file.stem().string()}});
   });
 
   // The book as a stored book: the seven header fields, optionally compressed, written to the

@@ -19,6 +19,9 @@ int main(int argc, char** argv) {
       "pagewright"};
   app.set_version_flag("--version", std::string("pagewright ") + PW_VERSION);
   app.require_subcommand(0, 1);
+  app.footer(
+      "Without a subcommand Pagewright is the workshop: it serves its main window on 127.0.0.1, prints the "
+      "address and opens it in the browser, with BOOK (if given) open. Each subcommand has its own --help.");
 
   // Without a subcommand the program is the workshop, on the book named (if any).
   pw::app::WorkshopOptions workshop;

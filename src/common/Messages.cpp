@@ -108,6 +108,11 @@ constexpr std::array kMessages{
     MessageRow{Msg::OnlyWholeElementsMove,
                "Only the complete Pagewright elements\nselected by the double click can be moved",
                "Перемещать можно только целые элементы Pagewright,\nвыделенные двойным щелчком"},
+    MessageRow{Msg::SectionTreeCheck, "section tree check: ", "проверка дерева секций: "},
+    MessageRow{Msg::SectionTreeOk, "it seems OK", "похоже, всё в порядке"},
+    MessageRow{Msg::SectionTreeFailed, "Error. Section tree check failed.", "Ошибка. Проверка дерева секций не прошла."},
+    MessageRow{Msg::SectionsInserted, "{} sections have been inserted into the book.",
+               "{} секций вставлено в книгу."},
 };
 static_assert(kMessages.size() == static_cast<size_t>(Msg::Count_),
               "every message needs its row");

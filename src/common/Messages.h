@@ -55,6 +55,10 @@ enum class Msg {
   NoteBlockNotSelected,
   NoNoteBlocks,
   OnlyWholeElementsMove,
+  SectionTreeCheck,         // followed by SectionTreeOk or SectionTreeFailed
+  SectionTreeOk,
+  SectionTreeFailed,
+  SectionsInserted,         // count + the text
   Count_                    // keep last
 };
 

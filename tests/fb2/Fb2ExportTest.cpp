@@ -15,6 +15,7 @@
 #include "fb2/GenreCodes.h"
 #include "fb2/Pictures.h"
 #include "markup/BookMarkup.h"
+#include "markup/SectionEditor.h"
 #include "support/TestSupport.h"
 
 namespace pw::fb2 {
@@ -130,6 +131,22 @@ TEST(Fb2Export, ExplicitSectionsNest) {
   // title that does not open its section became a subtitle.
   EXPECT_NE(body.find("<title>\n<p>Outer</p>\n</title>\n<section>\n<title>\n<p>Inner</p>"), std::string::npos);
   EXPECT_NE(body.find("<section>\n<p>Outer tail.</p>\n<empty-line/>\n<subtitle>Late title</subtitle>"), std::string::npos);
+}
+
+TEST(Fb2Export, SectionsArrangedWithTheSectionEditor) {
+  std::string html = Book(markup::MakeTitle("Part", kColour) + MakeParagraph("p.") + markup::MakeTitle("Chapter", kColour) +
+                          MakeParagraph("c.") + markup::MakeTitle("Aside", kColour) + MakeParagraph("a."));
+  common::NullProgress progress;
+  common::RecordingSink sink;
+  common::Messages messages(sink);
+  ASSERT_EQ(markup::ApplySectionLevels(html, {1, 2}, {false, false, true}, progress, messages), 2);
+  const std::string body = BodyOf(Export(html).fb2);
+  // "Part" holds its text in a section of its own and "Chapter" nested; the removed title is a subtitle.
+  EXPECT_NE(body.find("<title>\n<p>Part</p>\n</title>\n<section>\n<p>p.</p>\n</section>\n<section>\n<title>\n"
+                      "<p>Chapter</p>"),
+            std::string::npos)
+      << body;
+  EXPECT_NE(body.find("<subtitle>Aside</subtitle>"), std::string::npos) << body;
 }
 
 TEST(Fb2Export, PoemsCitesAndTextAuthors) {

@@ -74,9 +74,11 @@ async function postJson(path, body) {
   return response;
 }
 
+// Messages that arrive while one is shown are added under it.
 function message(text) {
-  $('MessageText').textContent = text;
-  if (!$('MessageDialog').open) $('MessageDialog').showModal();
+  const dialog = $('MessageDialog');
+  $('MessageText').textContent = dialog.open ? `${$('MessageText').textContent}\n\n${text}` : text;
+  if (!dialog.open) dialog.showModal();
 }
 
 function bookDocument() { return editor.contentDocument; }
@@ -252,6 +254,51 @@ async function bookOperation(operation) {
   await poll();
 }
 
+// The section editor: every title with its level; the marks are written when applied.
+let sectionTitles = [];  // {text, level, removed}
+
+function showSectionTitles() {
+  const list = $('SectionTitles');
+  const selected = new Set([...list.selectedOptions].map((option) => Number(option.value)));
+  list.replaceChildren(...sectionTitles.flatMap((title, index) => {
+    if (title.removed) return [];
+    const option = document.createElement('option');
+    option.value = String(index);
+    option.textContent = '   '.repeat(title.level - 1) + title.text;
+    option.selected = selected.has(index);
+    return [option];
+  }));
+}
+
+function changeLevels(step) {
+  const kept = sectionTitles.filter((title) => !title.removed);
+  for (const option of $('SectionTitles').selectedOptions) {
+    const title = sectionTitles[Number(option.value)];
+    const position = kept.indexOf(title);
+    const before = position > 0 ? kept[position - 1].level : 0;
+    // The first title stays at level 1; a title is at most one level below the one before it.
+    if (step > 0 && position > 0 && title.level + 1 <= before + 1) title.level += 1;
+    if (step < 0 && title.level > 1) title.level -= 1;
+  }
+  showSectionTitles();
+}
+
+async function openSectionEditor() {
+  await sendDocument();
+  const answer = await (await api('/api/titles')).json();
+  sectionTitles = answer.titles.map((text) => ({ text, level: 1, removed: false }));
+  showSectionTitles();
+  $('Fb2SectionEditorF').showModal();
+}
+
+async function applySections() {
+  const kept = sectionTitles.filter((title) => !title.removed);
+  await postJson('/api/sections', {
+    levels: kept.map((title) => title.level), removed: sectionTitles.map((title) => title.removed),
+  });
+  await poll();
+}
+
 function shortcut(event) {
   if (!event.ctrlKey) return;
   const key = event.key.toLowerCase();
@@ -329,6 +376,24 @@ function setUp() {
     button.addEventListener('click', () => bookOperation(operation));
     bookMenu.append(button);
   }
+  const sectionButton = document.createElement('button');
+  sectionButton.id = 'MnSectionEditor';
+  sectionButton.textContent = 'FB2 section editor…';
+  sectionButton.addEventListener('click', openSectionEditor);
+  bookMenu.append(sectionButton);
+  $('RightB').addEventListener('click', () => changeLevels(1));
+  $('LeftB').addEventListener('click', () => changeLevels(-1));
+  $('RemoveB').addEventListener('click', () => {
+    for (const option of $('SectionTitles').selectedOptions) sectionTitles[Number(option.value)].removed = true;
+    showSectionTitles();
+  });
+  $('SkipLevelsB').addEventListener('click', () => {
+    sectionTitles = sectionTitles.map((title) => ({ ...title, level: 1, removed: false }));
+    showSectionTitles();
+  });
+  $('Fb2SectionEditorF').addEventListener('close', () => {
+    if ($('Fb2SectionEditorF').returnValue === 'ok') applySections();
+  });
   const toolbar = $('toolbar');
   for (const [label, operation, key] of FORMAT_OPERATIONS.filter(([, , key]) => key >= '0' && key <= '9')) {
     const button = document.createElement('button');

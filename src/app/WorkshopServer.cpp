@@ -18,6 +18,7 @@
 #include "markup/BookMarkup.h"
 #include "markup/BookOperations.h"
 #include "markup/ElementOperations.h"
+#include "markup/SectionEditor.h"
 #include "markup/TagReader.h"
 #include "shell/BookSession.h"
 #include "shell/SaveBook.h"
@@ -393,6 +394,36 @@ void WorkshopServer::Routes() {
     for (const auto& genre : description.genres) genres += (genres.empty() ? "" : ", ") + genre;
     Reply(response, {{"author", author}, {"title", description.title}, {"genre", genres},
                      {"name", snapshot.file.stem().string()}});
+  });
+
+  // The section editor: the book's titles, and the marks written for the levels given.
+  server.Get("/api/titles", [this](const httplib::Request&, httplib::Response& response) {
+    std::lock_guard lock(bookMutex_);
+    std::string document;
+    editor_.Document(document);
+    Reply(response, {{"titles", markup::ListTitles(document)}});
+  });
+  server.Post("/api/sections", [this](const httplib::Request& request, httplib::Response& response) {
+    const json in = json::parse(request.body, nullptr, false);
+    if (!in.is_object() || !in.contains("levels") || !in["levels"].is_array()) return Reply(response, {{"ok", false}}, 400);
+    std::vector<int> levels;
+    std::vector<bool> removed;
+    for (const auto& level : in["levels"]) {
+      if (!level.is_number_integer()) return Reply(response, {{"ok", false}}, 400);
+      levels.push_back(level.get<int>());
+    }
+    if (in.contains("removed") && in["removed"].is_array())
+      for (const auto& flag : in["removed"]) removed.push_back(flag.is_boolean() && flag.get<bool>());
+    std::lock_guard lock(bookMutex_);
+    std::string document;
+    if (!editor_.Document(document)) return Reply(response, {{"ok", false}}, 409);
+    common::Messages messages(channel_, shell_->settings().interfaceLanguage);
+    const int sections = markup::ApplySectionLevels(document, levels, removed, channel_, messages);
+    if (sections >= 0) {
+      editor_.Replace(std::move(document));
+      shell_->session().MarkChanged();
+    }
+    Reply(response, {{"ok", sections >= 0}, {"sections", sections}});
   });
 
   // The book as a stored book: the seven header fields, optionally compressed, written to the

@@ -563,9 +563,14 @@ Fb2Bodies WriteFb2Bodies(Html0Book& book, const BodyOptions& options, common::Pr
   if (!options.bookForLibrary) {
     Section* last = nullptr;
     if (root) {
-      for (auto it = root->nodes.rbegin(); it != root->nodes.rend() && !last; ++it)
-        if (it->child) last = it->child.get();
-      if (!last) last = root.get();
+      // The innermost section that ends the book.
+      last = root.get();
+      while (true) {
+        auto it = last->nodes.rbegin();
+        while (it != last->nodes.rend() && !it->child && it->block.kind == BlockKind::EmptyLine) ++it;
+        if (it == last->nodes.rend() || !it->child) break;
+        last = it->child.get();
+      }
     } else {
       last = sections.back().get();
     }

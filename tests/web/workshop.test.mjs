@@ -98,6 +98,19 @@ test('a text book uploaded, marked, edited, saved and made into a valid FB2', as
   await page.frameLocator('#editor').locator('span#BCONTENTS').waitFor();
   assert.match(await page.locator('#status').textContent(), /^\.\.\./);
 
+  // The section editor nests "Chapter Two" inside "Chapter One".
+  await page.click('#menu > .menu > button:text-is("Book")');
+  await page.click('#MnSectionEditor');
+  await page.waitForSelector('#Fb2SectionEditorF[open]');
+  await page.selectOption('#SectionTitles', { label: 'Chapter Two' });
+  await page.click('#RightB');
+  assert.deepEqual(await page.locator('#SectionTitles option').allTextContents(), ['Chapter One', '   Chapter Two']);
+  await page.click('#ApplyB');
+  await page.frameLocator('#editor').locator('span#FbSection').nth(1).waitFor({ state: 'attached' });
+  await page.waitForSelector('#MessageDialog[open]');
+  assert.match(await page.locator('#MessageText').textContent(), /2 sections have been inserted into the book\./);
+  await page.click('#MessageDialog >> button:text-is("OK")');
+
   // An edit typed into the book reaches the FB2.
   const paragraph = page.frameLocator('#editor').locator('text=The road went on.');
   await paragraph.click();
@@ -118,6 +131,7 @@ test('a text book uploaded, marked, edited, saved and made into a valid FB2', as
   assert.match(text, /The road went on\. And on\./);
   assert.match(text, /<book-title>A Short Walk<\/book-title>/);
   assert.match(text, /<epigraph>\s*<p>It was a quiet morning in the valley\.<\/p>\s*<\/epigraph>/);
+  assert.match(text, /<p[^>]*>Chapter One<\/p>\s*<\/title>[\s\S]*<section>\s*<title>\s*<p[^>]*>Chapter Two<\/p>[\s\S]*<\/section>\s*<\/section>\s*<\/body>/);
   execFileSync(program, ['validate', fb2]);  // throws when the file is not valid
 
   await page.screenshot({ path: join(artifacts, 'workshop.png') });

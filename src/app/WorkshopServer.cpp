@@ -155,6 +155,7 @@ bool WorkshopServer::Start() {
   shell::WorkshopFolder workshop{shell::ResolveWorkshopFolder(options_.home)};
   shell_ = std::make_unique<shell::Shell>(workshop, shell::ShippedDataFolder(), editor_, channel_, channel_);
   shell_->StartUp(options_.commandLine);
+  PublishBookState();
   server_ = std::make_unique<httplib::Server>();
   server_->set_payload_max_length(kMaxBody);
   Routes();
@@ -226,6 +227,13 @@ void WorkshopServer::Routes() {
     return httplib::Server::HandlerResponse::Unhandled;
   });
 
+  // After every command on the book the page's view of it is brought up to date.
+  server.set_post_routing_handler([this](const httplib::Request& request, httplib::Response&) {
+    if (request.method != "POST") return;
+    std::lock_guard lock(bookMutex_);
+    PublishBookState();
+  });
+
   // The page and its files.
   server.Get("/", [this](const httplib::Request&, httplib::Response& response) {
     for (const WebFile& file : WebFiles())
@@ -275,14 +283,15 @@ void WorkshopServer::Routes() {
     body["messages"] = std::vector<std::string>(state.messages.begin(), state.messages.end());
     body["version"] = snapshot.version;
     body["caption"] = snapshot.caption;
-    body["changed"] = shell_->session().changed();
-    body["book"] = shell_->session().bookPath();
-    const auto& recent = shell_->settings().recentFiles;
-    std::vector<std::string> files;
-    for (const auto& file : recent)
-      if (!file.empty() && file != common::kRecentFilesPlaceholder) files.push_back(file);
-    body["recent"] = files;
-    const common::Language language = shell_->settings().interfaceLanguage;
+    BookState book;
+    {
+      std::lock_guard stateLock(stateMutex_);
+      book = bookState_;
+    }
+    body["changed"] = book.changed;
+    body["book"] = book.book;
+    body["recent"] = book.recent;
+    const common::Language language = book.language;
     body["language"] = language == common::Language::Russian ? "ru" : "en";
     // The texts the page itself shows, in the interface language.
     body["texts"] = {{"unsaved", std::string(common::MessageText(common::Msg::UnsavedChanges, language))},
@@ -505,6 +514,17 @@ void WorkshopServer::Routes() {
     response.set_header("Content-Disposition", "attachment; filename=\"" + name + "\"");
     response.set_header("X-Pagewright-Saved-As", output.string());
   });
+}
+
+void WorkshopServer::PublishBookState() {
+  BookState state;
+  state.book = shell_->session().bookPath();
+  state.changed = shell_->session().changed();
+  for (const auto& file : shell_->settings().recentFiles)
+    if (!file.empty() && file != common::kRecentFilesPlaceholder) state.recent.push_back(file);
+  state.language = shell_->settings().interfaceLanguage;
+  std::lock_guard lock(stateMutex_);
+  bookState_ = std::move(state);
 }
 
 int RunWorkshop(const WorkshopOptions& options) {

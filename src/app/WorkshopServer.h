@@ -15,6 +15,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #include "common/Messages.h"
 #include "common/Progress.h"
@@ -117,6 +118,10 @@ class WorkshopServer {
 
  private:
   void Routes();
+  // Copies what the page's polling shows of the book (path, unsaved flag, recent files,
+  // language) while the caller holds the book lock; the state request reads the copy, so it
+  // never waits for a long command nor reads what that command is changing.
+  void PublishBookState();
   bool Allowed(const httplib::Request& request, httplib::Response& response) const;
   void Watch();
 
@@ -128,6 +133,14 @@ class WorkshopServer {
   std::string secret_;
   int port_ = 0;
   std::mutex bookMutex_;  // one command on the book at a time
+  struct BookState {
+    std::string book;
+    bool changed = false;
+    std::vector<std::string> recent;
+    common::Language language = common::Language::English;
+  };
+  std::mutex stateMutex_;
+  BookState bookState_;
   std::atomic<std::chrono::steady_clock::rep> lastSeen_{0};
   std::atomic<bool> stopping_{false};
   std::thread watcher_;

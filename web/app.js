@@ -354,6 +354,7 @@ async function makeFb2() {
   const body = {
     name: $('Fb2FileNameB').value, author: $('b_author').value, title: $('b_title').value, genre: $('b_genre').value,
     encoding: $('EncodingT').value, dashes: $('DashesLengthL').value, library: $('BookForLibraryB').checked,
+    validate: $('ValidateB').checked,
   };
   await download('/api/fb2', body, 'noname.fb2');
   await poll();

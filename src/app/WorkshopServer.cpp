@@ -15,6 +15,7 @@
 #include "common/Text.h"
 #include "fb2/DescriptionReader.h"
 #include "fb2/Fb2Export.h"
+#include "fb2/Fb2Schema.h"
 #include "markup/BookMarkup.h"
 #include "markup/BookOperations.h"
 #include "markup/ElementOperations.h"
@@ -509,6 +510,12 @@ void WorkshopServer::Routes() {
     fb2::Fb2ExportResult result;
     if (!fb2::MakeFb2File(document, description, options, bookFolder, output, false, session, &result)) {
       return Reply(response, {{"ok", false}}, 422);
+    }
+    if (in.contains("validate") && in["validate"].is_boolean() && in["validate"].get<bool>()) {
+      // The written file checked against the schema: each finding is told, or that it is valid.
+      const auto findings = fb2::ValidateFb2Schema(result.bytes, shell::ShippedDataFolder() / fb2::kFb2SchemaFile);
+      for (const auto& finding : findings) channel_.Show(std::to_string(finding.line) + ": " + finding.message);
+      if (findings.empty()) channel_.Show(output.filename().string() + ": valid FictionBook 2");
     }
     response.set_content(result.bytes, "application/x-fictionbook+xml");
     response.set_header("Content-Disposition", "attachment; filename=\"" + name + "\"");

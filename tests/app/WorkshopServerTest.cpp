@@ -112,7 +112,8 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   edited.replace(edited.find("First words"), 11, "Edited words");
   EXPECT_EQ(client.Post("/api/document", edited, "text/html")->status, 200);
   EXPECT_EQ(json::parse(client.Get("/api/state")->body)["changed"], true);
-  auto fb2 = client.Post("/api/fb2", json{{"name", "out"}, {"title", "Made"}, {"library", true}}.dump(), "application/json");
+  auto fb2 = client.Post("/api/fb2", json{{"name", "out"}, {"title", "Made"}, {"library", true}, {"validate", true}}.dump(),
+                         "application/json");
   ASSERT_TRUE(fb2);
   ASSERT_EQ(fb2->status, 200) << fb2->body;
   EXPECT_NE(fb2->get_header_value("Content-Disposition").find("out.fb2"), std::string::npos);
@@ -121,6 +122,11 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   EXPECT_NE(fb2->body.find("<book-title>Made</book-title>"), std::string::npos);
   for (const auto& f : fb2::ValidateFb2Schema(fb2->body, fs::path(PW_SOURCE_DATA_DIR) / fb2::kFb2SchemaFile))
     ADD_FAILURE() << f.line << ": " << f.message;
+  bool toldValid = false;
+  const json afterFb2 = json::parse(client.Get("/api/state")->body);
+  for (const auto& text : afterFb2["messages"])
+    toldValid |= text.get<std::string>() == "out.fb2: valid FictionBook 2";
+  EXPECT_TRUE(toldValid) << afterFb2.dump();
 
   auto saved = client.Post("/api/command", json{{"name", "save"}}.dump(), "application/json");
   EXPECT_EQ(json::parse(saved->body)["ok"], true);

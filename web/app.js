@@ -299,6 +299,68 @@ async function applySections() {
   await poll();
 }
 
+// The reader: the book in pages of a chosen geometry, with page numbers and auto-scroll.
+let reader = null;
+let scrollTimer = 0;
+
+// Page numbers as the reader's rules give them (whole-number division of the rounded page
+// height; the current page never beyond the total).
+function pageNumbers(view) {
+  const body = view.contentDocument.scrollingElement || view.contentDocument.body;
+  const height = Math.round(view.clientHeight);
+  if (height <= 0) return { current: 1, total: 1 };
+  const total = Math.max(1, Math.floor(body.scrollHeight / height));
+  const current = Math.min(total, Math.floor(body.scrollTop / height) + 1);
+  return { current, total };
+}
+
+function showPageNumbers() {
+  const pages = pageNumbers($('ReaderView'));
+  $('PageLabel').textContent = `- ${pages.current} -`;
+  $('TotalLabel').textContent = `${pages.total} pages`;
+}
+
+function layOutReader() {
+  const geometry = reader.geometries.find((g) => g.name === $('ReaderGeometry').value) || reader.geometries[1];
+  const view = $('ReaderView');
+  view.style.width = `${geometry.width || window.innerWidth - 40}px`;
+  view.style.height = `${geometry.height || window.innerHeight - 90}px`;
+  showPageNumbers();
+}
+
+async function openReader() {
+  await sendDocument();
+  const answer = await (await api('/api/reader')).json();
+  if (!answer.ok) { await poll(); return; }
+  reader = answer;
+  const select = $('ReaderGeometry');
+  select.replaceChildren(...reader.geometries.map((g) => new Option(g.name, g.name)));
+  select.value = reader.geometry;
+  const view = $('ReaderView');
+  view.onload = () => {
+    view.contentDocument.addEventListener('scroll', showPageNumbers);
+    layOutReader();
+  };
+  view.src = '/book/document?read=' + Date.now();
+  $('PwReader').showModal();
+}
+
+function toggleScroll() {
+  if (scrollTimer) {
+    clearInterval(scrollTimer);
+    scrollTimer = 0;
+    return;
+  }
+  if (!reader || !reader.interval) return;
+  const doc = $('ReaderView').contentDocument;
+  const lineHeight = parseFloat(getComputedStyle(doc.body).lineHeight) || 18;
+  const step = reader.scrollType === 'pixels' ? 1 : reader.scrollType === 'symbols' ? Math.max(1, lineHeight / 60) : lineHeight;
+  scrollTimer = setInterval(() => {
+    (doc.scrollingElement || doc.body).scrollTop += step;
+    showPageNumbers();
+  }, reader.interval);
+}
+
 function shortcut(event) {
   if (!event.ctrlKey) return;
   const key = event.key.toLowerCase();
@@ -431,6 +493,10 @@ function setUp() {
     $('Fb2F').showModal();
   });
   $('MnMakePagewrightFile').addEventListener('click', () => $('MakePwFileF').showModal());
+  $('MnRead').addEventListener('click', openReader);
+  $('ReaderGeometry').addEventListener('change', layOutReader);
+  $('ScrollB').addEventListener('click', toggleScroll);
+  $('PwReader').addEventListener('close', () => { if (scrollTimer) toggleScroll(); });
   $('MakePwFileF').addEventListener('close', () => { if ($('MakePwFileF').returnValue === 'ok') makeStoredBook(); });
   $('Fb2F').addEventListener('close', () => { if ($('Fb2F').returnValue === 'ok') makeFb2(); });
   $('MnQuit').addEventListener('click', async () => {

@@ -21,6 +21,7 @@
 #include "markup/ElementOperations.h"
 #include "markup/SectionEditor.h"
 #include "markup/TagReader.h"
+#include "reader/Reader.h"
 #include "shell/BookSession.h"
 #include "shell/SaveBook.h"
 #include "markup/StoredBook.h"
@@ -434,6 +435,31 @@ void WorkshopServer::Routes() {
       shell_->session().MarkChanged();
     }
     Reply(response, {{"ok", sections >= 0}, {"sections", sections}});
+  });
+
+  // The reader: whether the book has anything to read, its page geometry and auto-scroll.
+  server.Get("/api/reader", [this](const httplib::Request&, httplib::Response& response) {
+    std::lock_guard lock(bookMutex_);
+    std::string document;
+    editor_.Document(document);
+    const common::Settings& settings = shell_->settings();
+    if (!reader::HasTextToRead(document)) {
+      common::Messages messages(channel_, settings.interfaceLanguage);
+      messages.Show(common::Msg::EmptyBookNothingToRead);
+      return Reply(response, {{"ok", false}});
+    }
+    json geometries = json::array();
+    for (const auto& geometry : reader::PageGeometries())
+      geometries.push_back({{"name", geometry.name}, {"width", geometry.width}, {"height", geometry.height}});
+    const auto chosen = reader::GeometryFor(settings.readerGeometry, settings);
+    const double speed = reader::ScrollSpeed(settings, settings.scrollType);
+    Reply(response, {{"ok", true},
+                     {"geometries", geometries},
+                     {"geometry", chosen.name},
+                     {"scrollType", settings.scrollType},
+                     {"speed", speed},
+                     {"interval", reader::AutoScrollIntervalMs(speed)},
+                     {"bookmark", reader::kTemporaryBookmarkId}});
   });
 
   // The book as a stored book: the seven header fields, optionally compressed, written to the

@@ -113,6 +113,7 @@ constexpr std::array kMessages{
     MessageRow{Msg::SectionTreeFailed, "Error. Section tree check failed.", "Ошибка. Проверка дерева секций не прошла."},
     MessageRow{Msg::SectionsInserted, "{} sections have been inserted into the book.",
                "{} секций вставлено в книгу."},
+    MessageRow{Msg::EmptyBookNothingToRead, "Empty book: nothing to read", "Пустая книга: читать нечего"},
 };
 static_assert(kMessages.size() == static_cast<size_t>(Msg::Count_),
               "every message needs its row");

@@ -59,6 +59,7 @@ enum class Msg {
   SectionTreeOk,
   SectionTreeFailed,
   SectionsInserted,         // count + the text
+  EmptyBookNothingToRead,
   Count_                    // keep last
 };
 

@@ -100,6 +100,13 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   auto document = client.Get("/book/document");
   EXPECT_NE(document->body.find("First words of the book."), std::string::npos);
 
+  // The reader's settings for the open book.
+  const json readerState = json::parse(client.Get("/api/reader")->body);
+  EXPECT_EQ(readerState["ok"], true);
+  EXPECT_EQ(readerState["geometries"].size(), 9u);
+  EXPECT_EQ(readerState["geometry"], "standard book");
+  EXPECT_EQ(readerState["interval"], 1000);  // one line a second
+
   // An upload of a book that is not on this machine.
   httplib::MultipartFormDataItems items = {{"book", html, "uploaded.html0", "application/octet-stream"}};
   auto uploaded = client.Post("/api/upload", items);

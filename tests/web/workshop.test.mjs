@@ -111,6 +111,16 @@ test('a text book uploaded, marked, edited, saved and made into a valid FB2', as
   assert.match(await page.locator('#MessageText').textContent(), /2 sections have been inserted into the book\./);
   await page.click('#MessageDialog >> button:text-is("OK")');
 
+  // The reader shows the book in pages.
+  await page.click('#menu > .menu > button:text-is("File")');
+  await page.click('#MnRead');
+  await page.waitForSelector('#PwReader[open]');
+  await page.selectOption('#ReaderGeometry', 'small square (160x160)');
+  await page.waitForFunction(() => /^\d+ pages$/.test(document.getElementById('TotalLabel').textContent) &&
+                                    Number.parseInt(document.getElementById('TotalLabel').textContent, 10) > 1);
+  assert.equal(await page.locator('#PageLabel').textContent(), '- 1 -');
+  await page.click('#ReaderClose');
+
   // An edit typed into the book reaches the FB2.
   const paragraph = page.frameLocator('#editor').locator('text=The road went on.');
   await paragraph.click();

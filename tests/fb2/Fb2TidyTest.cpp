@@ -88,12 +88,12 @@ TEST(Fb2Tidy, MissingAndMisplacedTags) {
 TEST(Fb2Tidy, CharactersAndReferences) {
   TidyReport report;
   EXPECT_EQ(Tidy("<p>Fish & chips, a < b > c, &amp;&lt;&gt; &quot;&apos; &#38;&#60;&#x3E; &#8212; &#0; &nbsp;&mdash;&bogus; "
-                 "&FBReaderVersion;\x01</p>",
+                 "&ReaderVersion;\x01</p>",
                  report),
             "<p>Fish &amp; chips, a &lt; b &gt; c, &amp;&lt;&gt; \"' &amp;&lt;&gt; &#8212; &nbsp;&mdash;&amp;bogus; "
-            "&amp;FBReaderVersion;</p>");
+            "&amp;ReaderVersion;</p>");
   EXPECT_EQ(report.undeclaredEntities, 2u);
-  EXPECT_EQ(report.undeclaredNames, (std::vector<std::string>{"&bogus;", "&FBReaderVersion;"}));
+  EXPECT_EQ(report.undeclaredNames, (std::vector<std::string>{"&bogus;", "&ReaderVersion;"}));
   // Entities the document type declares are replaced by their text.
   EXPECT_EQ(Tidy("<!DOCTYPE FictionBook [<!ENTITY ver \"2 & more\"> <!ENTITY % p \"x\">]><p>v&ver;</p>"),
             "<p>v2 &amp; more</p>");

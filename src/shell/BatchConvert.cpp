@@ -100,7 +100,11 @@ bool PlanBatch(const BatchRequest& request, common::Language language, BatchPlan
     PlannedBook book;
     book.input = input;
     const fs::path source(input);
-    const std::string name = source.stem().string() + "." + writer->extension;
+    // "book.fb2.zip" is the book "book".
+    fs::path stem = source.stem();
+    const std::string outer = common::LowerExtension(source);
+    if ((outer == "zip" || outer == "rar") && !stem.extension().empty()) stem = stem.stem();
+    const std::string name = stem.string() + "." + writer->extension;
     if (oneFile) {
       book.output = request.output;
       book.overwritesInput = SameFile(book.output, source);

@@ -94,11 +94,12 @@ BookSession::Fresh BookSession::NewBookFolders() {
       // The input copy gets a folder of the same name, so it keeps the user's file name
       // while copies of equally named files never meet.
       const fs::path input = workshop_.inputCopy() / ("tmp" + std::to_string(serial_)) / name;
-      if (!common::MakeFolderIfMissing(input)) return {};
+      if (!common::MakeFolderIfMissing(input) && !common::MakeFolderIfMissing(input)) return {};
       madeFolders_.push_back(input);
       return {instance / name, input};
     }
-    if (ec) return {};
+    // The instance folder went away under us (another job's clean-up): make it again.
+    if (ec && !common::MakeFolderIfMissing(instance)) return {};
   }
   return {};
 }
@@ -207,8 +208,8 @@ bool BookSession::PrepareBook(const std::string& path) {
     }
     progress_.Percent(100);
     return true;
-  } catch (const std::exception&) {
-    messages_.Show(common::Msg::ErrorProcessingFile, ": " + shownName);
+  } catch (const std::exception& e) {
+    messages_.Show(common::Msg::ErrorProcessingFile, ": " + shownName + " (" + e.what() + ")");
     Discard(fresh);
     return false;
   }

@@ -114,6 +114,8 @@ constexpr std::array kMessages{
     MessageRow{Msg::SectionsInserted, "{} sections have been inserted into the book.",
                "{} секций вставлено в книгу."},
     MessageRow{Msg::EmptyBookNothingToRead, "Empty book: nothing to read", "Пустая книга: читать нечего"},
+    MessageRow{Msg::ToolMissing, "cannot convert: the program this format needs is not installed: ",
+               "невозможно преобразовать: не установлена программа, нужная для этого формата: "},
 };
 static_assert(kMessages.size() == static_cast<size_t>(Msg::Count_),
               "every message needs its row");

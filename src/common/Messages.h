@@ -60,6 +60,7 @@ enum class Msg {
   SectionTreeFailed,
   SectionsInserted,         // count + the text
   EmptyBookNothingToRead,
+  ToolMissing,              // + program name
   Count_                    // keep last
 };
 

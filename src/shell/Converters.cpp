@@ -8,6 +8,7 @@
 #include "shell/CitationFile.h"
 #include "shell/StoredBookInput.h"
 #include "shell/TextInput.h"
+#include "shell/ToolInput.h"
 
 namespace pw::shell {
 namespace {
@@ -54,6 +55,8 @@ ConverterRegistry MakeBuiltInConverters() {
   registry.Add({"tcr book", {"tcr"}, ConvertTcrBook});
   registry.Add({"kml book", {"kml"}, ConvertKmlBook});
   registry.Add({"HTML page", {"htm", "html", "shtml"}, ConvertHtmlBook});
+  registry.Add({"PDF document", {"pdf"}, ConvertPdfBook});
+  registry.Add({"office document", {"doc", "rtf"}, ConvertOfficeBook});
   registry.Add({"FictionBook", {"fb2"}, ConvertFb2Book});
   registry.Add({"FictionBook XML", {"xml"}, ConvertFb2Book});
   registry.SetArchiveUnpacker(UnpackArchive);

@@ -1,0 +1,31 @@
+// Sources that outside programs turn into HTML first: PDF through poppler's pdftohtml, Word and
+// RTF documents through a headless office suite. A missing program fails the import with its
+// message before anything is run.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "shell/Converters.h"
+
+namespace pw::shell {
+
+// Runs `arguments` (the program first, looked up on PATH when it has no folder) in `folder`
+// with no terminal, its output discarded; ends it after `timeoutSeconds`. The program's exit
+// code, or -1 when it could not be started or was ended.
+int RunTool(const std::vector<std::string>& arguments, const std::filesystem::path& folder, int timeoutSeconds);
+
+// The program to run: `configured` when set, else the first of `names` found on PATH; empty
+// when there is none.
+std::string FindTool(const std::string& configured, const std::vector<std::string>& names);
+
+// pdf: "pdftohtml -q -noframes -i -enc UTF-8", then the text of its lines through the
+// text-to-book converter (page lines are joined into paragraphs by its analysis).
+bool ConvertPdfBook(ConvertJob& job);
+
+// doc and rtf: the office suite saves the document as HTML, which the HTML-to-book converter
+// reads with its pictures.
+bool ConvertOfficeBook(ConvertJob& job);
+
+}  // namespace pw::shell

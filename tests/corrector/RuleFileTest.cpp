@@ -111,9 +111,9 @@ TEST(RuleFile, OldFormatImport) {
 
 TEST(RuleFile, ShippedDefaultMatchesItsSource) {
   std::string source, comment, shipped;
-  ASSERT_TRUE(common::ReadWholeFile(std::string(PW_SOURCE_DATA_DIR) + "/BookCleanerDef.dat", source));
-  ASSERT_TRUE(common::ReadWholeFile(std::string(PW_SOURCE_DATA_DIR) + "/BookCleanerDef.comment.html", comment));
-  ASSERT_TRUE(common::ReadWholeFile(std::string(PW_SOURCE_DATA_DIR) + "/BookCleanerDef.bcf", shipped));
+  ASSERT_TRUE(common::ReadWholeFile(test::ShippedDataPath("BookCleanerDef.dat").string(), source));
+  ASSERT_TRUE(common::ReadWholeFile(test::ShippedDataPath("BookCleanerDef.comment.html").string(), comment));
+  ASSERT_TRUE(common::ReadWholeFile(test::ShippedDataPath("BookCleanerDef.bcf").string(), shipped));
   CleanUpTable table;
   std::string error;
   ASSERT_TRUE(ParseOldRuleFile(source, table, error));

@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path kData(PW_SOURCE_DATA_DIR);
+const fs::path kData = test::ShippedDataPath("");
 
 TEST(Genres, ShippedListHasEveryCodeOfTheSchemaWithBothNames) {
   std::string list, schema;

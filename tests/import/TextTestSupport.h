@@ -11,6 +11,7 @@
 #include "common/Session.h"
 #include "import/HeadingDictionary.h"
 #include "import/TextToBook.h"
+#include "support/TestSupport.h"
 
 namespace pw::import::test {
 
@@ -21,7 +22,7 @@ struct TextJob {
   common::Session session{progress, messages};
 };
 
-inline const HeadingDictionary& ShippedDictionary() { return LoadHeadingDictionary(PW_SOURCE_DATA_DIR); }
+inline const HeadingDictionary& ShippedDictionary() { return LoadHeadingDictionary(test::ShippedDataPath("").string()); }
 
 // Options with the shipped dictionary and the given requested mode.
 inline TextImportOptions Options(std::string_view mode = "auto", std::string_view sourceType = "txt") {

@@ -42,6 +42,11 @@ fs::path CorpusPath(std::string_view relative) {
 
 fs::path ProgramPath() { return fs::path(PW_BINARY); }
 
+fs::path ShippedDataPath(std::string_view relative) {
+  const fs::path root(PW_SOURCE_DATA_DIR);
+  return relative.empty() ? root : root / relative;
+}
+
 ::testing::AssertionResult MatchesGolden(std::string_view actual, std::string_view relative) {
   const fs::path golden = DataPath(relative);
   const char* update = std::getenv("PW_UPDATE_GOLDEN");

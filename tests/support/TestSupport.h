@@ -22,6 +22,9 @@ fs::path CorpusPath(std::string_view relative);
 // The pagewright program built with the tests.
 fs::path ProgramPath();
 
+// data/<relative> of the source tree: the shipped data files (schema, rule files, sample book).
+fs::path ShippedDataPath(std::string_view relative);
+
 // Compares `actual` with the golden file tests/data/<relative> byte for byte; on a difference,
 // fails with a unified diff. With PW_UPDATE_GOLDEN=1 in the environment, rewrites the golden
 // file instead (for deliberate changes, reviewed in git).

@@ -8,7 +8,7 @@ namespace pw::app {
 namespace {
 
 std::string Program() { return test::ProgramPath().string(); }
-std::string DataFile(const char* name) { return test::ShippedDataPath(name).string(); }
+std::string DataFile(const char* name) { return pw::test::ShippedDataPath(name).string(); }
 
 TEST(CorrectorCommands, CleanWithTheDefaultRules) {
   test::ScratchFolder folder;

@@ -28,7 +28,7 @@ std::string Quote(const fs::path& path) {
 void ExpectValid(const fs::path& fb2) {
   std::string bytes;
   ASSERT_TRUE(common::ReadWholeFile(fb2, bytes)) << fb2;
-  for (const auto& f : fb2::ValidateFb2Schema(bytes, test::ShippedDataPath("") / fb2::kFb2SchemaFile))
+  for (const auto& f : fb2::ValidateFb2Schema(bytes, pw::test::ShippedDataPath("") / fb2::kFb2SchemaFile))
     ADD_FAILURE() << fb2 << ":" << f.line << ": " << f.message;
   const fs::path publicSchema = test::CorpusPath("schema/FictionBook.xsd");
   if (!publicSchema.empty() && fs::exists(publicSchema))
@@ -39,7 +39,7 @@ void ExpectValid(const fs::path& fb2) {
 TEST(Fb2Convert, TutorialBookWithOptions) {
   test::ScratchFolder folder;
   const std::string home = " --home " + Quote(folder / "home");
-  const fs::path source = test::ShippedDataPath("") / "Self Teaching" / "1_MyFirstEbook.html0";
+  const fs::path source = pw::test::ShippedDataPath("") / "Self Teaching" / "1_MyFirstEbook.html0";
   std::string output;
   ASSERT_EQ(test::RunCommand(Program() + " convert -q --validate --yes --encoding windows-1251 --dashes long --zip "
                                  "--author 'Анна Писатель' --title 'Учебник' --genre 'reference, sci_linguistic' "
@@ -111,7 +111,7 @@ TEST(Fb2Convert, CleanUpAndHyphenationBeforeWriting) {
   ASSERT_TRUE(common::WriteFileAtomic(folder / "book.txt",
                                       "Глава первая\n\n     Он сказал  , что  придёт завтра  ; никто не поверил .\n"
                                       "     Электрификация всей страны продолжалась непрерывно.\n"));
-  const fs::path rules = test::ShippedDataPath("") / "BookCleanerDef.bcf";
+  const fs::path rules = pw::test::ShippedDataPath("") / "BookCleanerDef.bcf";
   std::string output;
   ASSERT_EQ(test::RunCommand(Program() + " convert -q --cleanup-before none --cleanup-after none --cleanup-output " +
                                  Quote(rules) + " --hyphenate Russian " + Quote(folder / "book.txt") + " -o " +

@@ -46,7 +46,7 @@ TEST(Fb2ImportCommand, FictionBookToStoredBookAndBack) {
         << input << "\n" << output;
     std::string fb2;
     ASSERT_TRUE(common::ReadWholeFile(again, fb2));
-    EXPECT_TRUE(fb2::ValidateFb2Schema(fb2, test::ShippedDataPath("") / fb2::kFb2SchemaFile).empty()) << again;
+    EXPECT_TRUE(fb2::ValidateFb2Schema(fb2, pw::test::ShippedDataPath("") / fb2::kFb2SchemaFile).empty()) << again;
     for (const char* part : {"<book-title>The Whole Format</book-title>", "<sequence name=\"Samples\" number=\"3\"/>",
                              "<body name=\"notes\">", "<poem>", "<cite>", "<binary"})
       EXPECT_TRUE(Contains(fb2, part)) << again << ": " << part;

@@ -127,7 +127,7 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   EXPECT_TRUE(fs::exists(workshop.folder / "fb2" / "out.fb2"));
   EXPECT_NE(fb2->body.find("<p>Edited words of the book.</p>"), std::string::npos) << fb2->body;
   EXPECT_NE(fb2->body.find("<book-title>Made</book-title>"), std::string::npos);
-  for (const auto& f : fb2::ValidateFb2Schema(fb2->body, test::ShippedDataPath("") / fb2::kFb2SchemaFile))
+  for (const auto& f : fb2::ValidateFb2Schema(fb2->body, pw::test::ShippedDataPath("") / fb2::kFb2SchemaFile))
     ADD_FAILURE() << f.line << ": " << f.message;
   bool toldValid = false;
   const json afterFb2 = json::parse(client.Get("/api/state")->body);

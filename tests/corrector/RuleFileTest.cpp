@@ -111,9 +111,9 @@ TEST(RuleFile, OldFormatImport) {
 
 TEST(RuleFile, ShippedDefaultMatchesItsSource) {
   std::string source, comment, shipped;
-  ASSERT_TRUE(common::ReadWholeFile(test::ShippedDataPath("BookCleanerDef.dat").string(), source));
-  ASSERT_TRUE(common::ReadWholeFile(test::ShippedDataPath("BookCleanerDef.comment.html").string(), comment));
-  ASSERT_TRUE(common::ReadWholeFile(test::ShippedDataPath("BookCleanerDef.bcf").string(), shipped));
+  ASSERT_TRUE(common::ReadWholeFile(pw::test::ShippedDataPath("BookCleanerDef.dat").string(), source));
+  ASSERT_TRUE(common::ReadWholeFile(pw::test::ShippedDataPath("BookCleanerDef.comment.html").string(), comment));
+  ASSERT_TRUE(common::ReadWholeFile(pw::test::ShippedDataPath("BookCleanerDef.bcf").string(), shipped));
   CleanUpTable table;
   std::string error;
   ASSERT_TRUE(ParseOldRuleFile(source, table, error));

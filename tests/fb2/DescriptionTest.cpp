@@ -56,7 +56,7 @@ TEST(Description, WrittenInsideABookPassesTheSchema) {
       WriteDescription(Full()) +
       "\n<body><section><p>Текст</p></section></body>\n"
       "<binary id=\"cover.jpg\" content-type=\"image/jpeg\">AAAA</binary>\n</FictionBook>\n";
-  const auto findings = ValidateFb2Schema(xml, test::ShippedDataPath("") / kFb2SchemaFile);
+  const auto findings = ValidateFb2Schema(xml, pw::test::ShippedDataPath("") / kFb2SchemaFile);
   for (const auto& f : findings) ADD_FAILURE() << f.line << ": " << f.message;
 }
 

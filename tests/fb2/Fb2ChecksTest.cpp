@@ -45,7 +45,7 @@ TEST(Fb2Checks, ValidBookHasNoFindings) {
   EXPECT_TRUE(CheckFb2Structure(xml).empty()) << testing::PrintToString(Messages(CheckFb2Structure(xml)));
 }
 
-std::filesystem::path OurSchema() { return test::ShippedDataPath("") / kFb2SchemaFile; }
+std::filesystem::path OurSchema() { return pw::test::ShippedDataPath("") / kFb2SchemaFile; }
 
 TEST(Fb2Schema, ValidBookPassesOursAndThePublicSchema) {
   const std::string xml = Book("<section><title><p>One</p></title><p>Text <emphasis>it</emphasis></p>"

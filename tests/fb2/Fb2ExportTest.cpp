@@ -53,7 +53,7 @@ std::string Book(std::string_view body) {
 // Every FB2 a test writes is checked: our schema, the structure checks, and the public schema
 // when the sample corpus is beside the checkout.
 void ExpectValid(const std::string& fb2, const std::string& what) {
-  for (const auto& f : ValidateFb2Schema(fb2, test::ShippedDataPath("") / kFb2SchemaFile))
+  for (const auto& f : ValidateFb2Schema(fb2, pw::test::ShippedDataPath("") / kFb2SchemaFile))
     ADD_FAILURE() << what << ": " << f.line << ": " << f.message;
   for (const auto& f : CheckFb2Structure(fb2)) ADD_FAILURE() << what << " (structure): " << f.line << ": " << f.message;
   const fs::path publicSchema = test::CorpusPath("schema/FictionBook.xsd");
@@ -325,7 +325,7 @@ TEST(Fb2Export, PicturesAndCover) {
 
 TEST(Fb2Export, GenresAreTheSchemasAndOthersAreLeftOut) {
   std::string schema;
-  ASSERT_TRUE(common::ReadWholeFile(test::ShippedDataPath("") / kFb2SchemaFile, schema));
+  ASSERT_TRUE(common::ReadWholeFile(pw::test::ShippedDataPath("") / kFb2SchemaFile, schema));
   const size_t type = schema.find("name=\"genreType\"");
   ASSERT_NE(type, std::string::npos);
   std::vector<std::string> listed;

@@ -67,7 +67,7 @@ RoundTrip ThereAndBack(std::string_view source, bool sectionMode) {
       ConvertHtml0ToFb2(book, imported.description.value_or(Fb2Description{}), exportOptions, folder.path(), session);
   trip.exported = exported.ok;
   trip.fb2 = exported.bytes;
-  for (const auto& f : ValidateFb2Schema(trip.fb2, test::ShippedDataPath("") / kFb2SchemaFile))
+  for (const auto& f : ValidateFb2Schema(trip.fb2, pw::test::ShippedDataPath("") / kFb2SchemaFile))
     trip.findings.push_back("schema: " + std::to_string(f.line) + ": " + f.message);
   for (const auto& f : CheckFb2Structure(trip.fb2))
     trip.findings.push_back("structure: " + std::to_string(f.line) + ": " + f.message);

@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path kData = test::ShippedDataPath("");
+const fs::path kData = pw::test::ShippedDataPath("");
 
 TEST(Genres, ShippedListHasEveryCodeOfTheSchemaWithBothNames) {
   std::string list, schema;

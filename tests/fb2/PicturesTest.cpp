@@ -429,7 +429,7 @@ TEST(PictureToBinary, BinariesMakeAValidBook) {
                                    "<p>text</p><image l:href=\"#" + picture->id + "\"/><p>more</p><image l:href=\"#" +
                                        png->id + "\"/>",
                                    picture->element + "\n" + png->element + "\n" + cover->element + "\n");
-  const fs::path schema = test::ShippedDataPath("") / kFb2SchemaFile;
+  const fs::path schema = pw::test::ShippedDataPath("") / kFb2SchemaFile;
   const auto findings = ValidateFb2Schema(xml, schema);
   EXPECT_TRUE(findings.empty()) << findings.front().message;
   EXPECT_TRUE(CheckFb2Structure(xml).empty());

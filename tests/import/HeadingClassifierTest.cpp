@@ -191,7 +191,7 @@ TEST(HeadingDictionary, ShippedListsHoldTheChapterWordsAndLoadOnce) {
     EXPECT_NE(std::find(shipped.keywords.begin(), shipped.keywords.end(), word), shipped.keywords.end()) << word;
   }
   EXPECT_NE(std::find(shipped.words.begin(), shipped.words.end(), "предисловие"), shipped.words.end());
-  EXPECT_EQ(&LoadHeadingDictionary(test::ShippedDataPath("").string()), &shipped);
+  EXPECT_EQ(&LoadHeadingDictionary(pw::test::ShippedDataPath("").string()), &shipped);
 }
 
 TEST(HeadingDictionary, LoadedOnceForAllThreads) {

@@ -22,7 +22,7 @@ struct TextJob {
   common::Session session{progress, messages};
 };
 
-inline const HeadingDictionary& ShippedDictionary() { return LoadHeadingDictionary(test::ShippedDataPath("").string()); }
+inline const HeadingDictionary& ShippedDictionary() { return LoadHeadingDictionary(pw::test::ShippedDataPath("").string()); }
 
 // Options with the shipped dictionary and the given requested mode.
 inline TextImportOptions Options(std::string_view mode = "auto", std::string_view sourceType = "txt") {

@@ -40,7 +40,7 @@ bool ConvertCorpusBook(std::string_view name, Converted& out) {
   pw::test::ScratchFolder folder;
   TextJob job;
   TextImportOptions options;
-  options.dictionaryFolder = test::ShippedDataPath("").string();
+  options.dictionaryFolder = pw::test::ShippedDataPath("").string();
   options.extractText = ExtractTextFromHtml;  // as the book session converts them
   EXPECT_TRUE(ConvertTxtToHtml0(path, folder / "book.html0", "", job.session, options, &out.result)) << name;
   EXPECT_TRUE(common::ReadWholeFile(folder / "book.html0", out.book));

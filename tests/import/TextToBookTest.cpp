@@ -392,7 +392,7 @@ TEST(ConvertTxtToHtml0, ReadsDecodesConvertsAndWrites) {
   job.session.settings.importCodePage = "Koi8r";
   TextImportResult result;
   TextImportOptions options;
-  options.dictionaryFolder = test::ShippedDataPath("").string();
+  options.dictionaryFolder = pw::test::ShippedDataPath("").string();
   ASSERT_TRUE(ConvertTxtToHtml0(folder / "book.txt", folder / "book.html0", "line ends", job.session, options, &result));
   std::string book;
   ASSERT_TRUE(common::ReadWholeFile(folder / "book.html0", book));

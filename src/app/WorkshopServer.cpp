@@ -538,8 +538,8 @@ void WorkshopServer::Routes() {
       return Reply(response, {{"ok", false}}, 422);
     }
     if (in.contains("validate") && in["validate"].is_boolean() && in["validate"].get<bool>()) {
-      // The written file checked against the schema: each finding is told, or that it is valid.
-      const auto findings = fb2::ValidateFb2Schema(result.bytes, shell::ShippedDataFolder() / fb2::kFb2SchemaFile);
+      // The written file checked against the schema and beyond: each finding is told, or that it is valid.
+      const auto findings = fb2::ValidateFb2(result.bytes, shell::ShippedDataFolder() / fb2::kFb2SchemaFile);
       for (const auto& finding : findings) channel_.Show(std::to_string(finding.line) + ": " + finding.message);
       if (findings.empty()) channel_.Show(output.filename().string() + ": valid FictionBook 2");
     }

@@ -236,6 +236,8 @@ class Writer {
   Writer(const BodyOptions& options, IdTable& ids) : options_(options), ids_(ids) {}
 
   std::string Take() { return std::move(out_); }
+  // A writer with the same options and ids whose text the caller adds when it wants it.
+  Writer Aside() const { return Writer(options_, ids_); }
 
   void Raw(std::string_view text) { out_ += text; }
   void Break() {
@@ -436,6 +438,26 @@ std::vector<const Fb2Block*> CleanContent(const std::vector<Node>& nodes, size_t
   return out;
 }
 
+// Writes the text blocks of one section. A picture may lead a section's text, but the format
+// wants a text block after it before any other picture and before the section ends: an empty
+// line is put there, so that no picture is lost and the section stays valid.
+bool WriteContent(Writer& writer, const std::vector<const Fb2Block*>& blocks) {
+  bool wrote = false;
+  bool leadPictureAlone = false;
+  for (const Fb2Block* block : blocks) {
+    const bool picture = block->kind == BlockKind::Image;
+    if (picture && leadPictureAlone) {
+      writer.Element("<empty-line/>");
+      leadPictureAlone = false;
+    }
+    if (!writer.Content(*block)) continue;
+    leadPictureAlone = picture && !wrote;
+    wrote = true;
+  }
+  if (leadPictureAlone) writer.Element("<empty-line/>");
+  return wrote;
+}
+
 void WriteSection(Writer& writer, const Section& section, const BodyOptions& options);
 
 // Content nodes and nested sections of one section. Where both are mixed, each run of
@@ -445,10 +467,7 @@ bool WriteNodes(Writer& writer, const std::vector<Node>& nodes, const BodyOption
   for (const auto& node : nodes)
     if (node.child) hasChild = true;
   bool wrote = false;
-  if (!hasChild) {
-    for (const Fb2Block* block : CleanContent(nodes, 0, nodes.size(), options)) wrote |= writer.Content(*block);
-    return wrote;
-  }
+  if (!hasChild) return WriteContent(writer, CleanContent(nodes, 0, nodes.size(), options));
   size_t i = 0;
   while (i < nodes.size()) {
     if (nodes[i].child) {
@@ -463,10 +482,14 @@ bool WriteNodes(Writer& writer, const std::vector<Node>& nodes, const BodyOption
     while (end < nodes.size() && !nodes[end].child) ++end;
     const auto content = CleanContent(nodes, i, end, options);
     if (!content.empty()) {
-      writer.Element("<section>");
-      for (const Fb2Block* block : content) writer.Content(*block);
-      writer.Element("</section>");
-      wrote = true;
+      // Written aside first: a run whose blocks all turn out empty makes no section.
+      Writer run = writer.Aside();
+      run.Element("<section>");
+      if (WriteContent(run, content)) {
+        run.Element("</section>");
+        writer.Raw(run.Take());
+        wrote = true;
+      }
     }
     i = end;
   }
@@ -625,6 +648,7 @@ Fb2Bodies WriteFb2Bodies(Html0Book& book, const BodyOptions& options, common::Pr
     Writer w(options, ids);
     w.Raw("<body name=\"notes\">");
     w.Break();
+    w.Title(book.notesTitle);
     for (const auto& note : book.notes) {
       w.Raw("<section");
       const std::string id = ids.Define(note.id);

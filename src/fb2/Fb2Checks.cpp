@@ -1,5 +1,7 @@
 #include "fb2/Fb2Checks.h"
 
+#include "fb2/Fb2ContentOrder.h"
+
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libxml/xmlerror.h>
@@ -110,12 +112,7 @@ class Checker {
         pictureLinks_.emplace(id, line);
       }
     }
-    if (name == "section") CheckSection(node, line);
-    if (name == "p") {
-      for (const xmlNode* child = node->children; child; child = child->next) {
-        if (IsElement(child, "empty-line")) Add(xmlGetLineNo(child), "empty-line inside a paragraph");
-      }
-    }
+    CheckContentOrder(node, findings);
     if (name == "date" && xmlHasProp(node, reinterpret_cast<const xmlChar*>("value"))) {
       const std::string value = Attribute(node, "value");
       if (!IsIsoDate(value)) Add(line, "date value is not an ISO date: " + value);
@@ -129,22 +126,6 @@ class Checker {
       value = first == std::string::npos ? "" : value.substr(first, last - first + 1);
       if (!IsNumber(value)) Add(line, "version is not a number: " + value);
     }
-  }
-
-  void CheckSection(const xmlNode* section, long line) {
-    static const std::set<std::string_view> kText{"p", "poem", "subtitle", "cite", "empty-line", "table"};
-    bool text = false, sections = false;
-    std::vector<std::string_view> leading;  // element names before the first text or section
-    for (const xmlNode* child = section->children; child; child = child->next) {
-      if (child->type != XML_ELEMENT_NODE) continue;
-      const std::string_view name = Name(child);
-      if (kText.count(name)) text = true;
-      if (name == "section") sections = true;
-      if (name != "title" && name != "epigraph" && name != "annotation") leading.push_back(name);
-    }
-    if (text && sections) Add(line, "section holds both text and sub-sections");
-    if (leading.size() >= 2 && leading[0] == "image" && leading[1] == "image")
-      Add(line, "section starts with two pictures");
   }
 
   std::map<std::string, long> ids_;

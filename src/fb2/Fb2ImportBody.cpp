@@ -516,8 +516,9 @@ std::string ConvertFb2Notes(std::string_view notes, const Fb2BodyOptions&) {
   while (NextChild(notes, pos, child)) {
     if (child.name == "section") {
       Note(child, paragraphs);
-    } else if (child.name != "title" && child.name != "BR" && child.name != "empty-line") {
-      // Text of the note body outside any note stays, as paragraphs without an anchor.
+    } else if (child.name != "BR" && child.name != "empty-line") {
+      // Text of the note body outside any note (its title above all) stays, as paragraphs
+      // without an anchor.
       loose.clear();
       nested.clear();
       NoteLines(child.whole, loose, nested);

@@ -3,6 +3,7 @@
 #include <libxml/parser.h>
 #include <libxml/xmlschemas.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -21,11 +22,25 @@ struct DocDeleter {
   void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
 };
 
+constexpr std::string_view kFb2Namespace = "{http://www.gribuser.ru/xml/fictionbook/2.0}";
+
+// The element a schema message is about: "Element 'NAME': ..." (the book's own namespace
+// already taken out of the message).
+std::string MessageElement(std::string_view message) {
+  constexpr std::string_view kLead = "Element '";
+  if (message.substr(0, kLead.size()) != kLead) return {};
+  const size_t end = message.find('\'', kLead.size());
+  return end == std::string_view::npos ? std::string() : std::string(message.substr(kLead.size(), end - kLead.size()));
+}
+
 void Collect(void* context, xmlError* error) {
   auto* findings = static_cast<std::vector<Fb2Finding>*>(context);
   std::string message = error->message ? error->message : "schema error";
   while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.pop_back();
-  findings->push_back({error->line, message});
+  // Element names are told without the book's namespace: every element of a book is in it.
+  for (size_t at = message.find(kFb2Namespace); at != std::string::npos; at = message.find(kFb2Namespace, at))
+    message.erase(at, kFb2Namespace.size());
+  findings->push_back({error->line, message, MessageElement(message)});
 }
 
 // The parsed schema for `path`, parsed once; a parsed schema is read-only and may be shared
@@ -70,6 +85,28 @@ std::vector<Fb2Finding> ValidateFb2Schema(std::string_view xml, const std::files
   std::unique_ptr<xmlSchemaValidCtxt, ValidDeleter> validator(xmlSchemaNewValidCtxt(schema));
   xmlSchemaSetValidStructuredErrors(validator.get(), Collect, &findings);
   xmlSchemaValidateDoc(validator.get(), doc.get());
+  return findings;
+}
+
+std::vector<Fb2Finding> ValidateFb2(std::string_view xml, const std::filesystem::path& schema) {
+  std::vector<Fb2Finding> structure = CheckFb2Structure(xml);
+  if (!structure.empty() && structure.front().message.rfind("XML: ", 0) == 0) return structure;
+  std::vector<Fb2Finding> findings = ValidateFb2Schema(xml, schema);
+  std::multimap<std::pair<long, std::string>, bool> told;
+  for (const auto& f : findings)
+    if (!f.element.empty()) told.emplace(std::pair(f.line, f.element), true);
+  for (auto& f : structure) {
+    if (!f.element.empty()) {
+      const auto same = told.find(std::pair(f.line, f.element));
+      if (same != told.end()) {
+        told.erase(same);
+        continue;
+      }
+    }
+    findings.push_back(std::move(f));
+  }
+  std::stable_sort(findings.begin(), findings.end(),
+                   [](const Fb2Finding& a, const Fb2Finding& b) { return a.line < b.line; });
   return findings;
 }
 

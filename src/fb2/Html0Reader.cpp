@@ -643,8 +643,11 @@ class Reader {
         book_.notes.push_back(std::move(note));
       } else if (!book_.notes.empty()) {
         book_.notes.back().paragraphs.push_back(Fb2Line{{}, std::move(line.xml), false});
+      } else if (noteBlocks_ == 1) {
+        // Text in the first note block before its first note is the heading of the notes.
+        if (!line.xml.empty()) book_.notesTitle.push_back(std::move(line));
       } else {
-        // Text in a note block before its first note stays in the book.
+        // Text in a later note block before its first note stays in the book.
         Fb2Block block;
         block.lines.push_back(std::move(line));
         book_.blocks.push_back(std::move(block));

@@ -65,6 +65,7 @@ struct Html0Book {
   std::vector<Fb2Block> blocks;
   std::vector<Fb2Line> annotation;  // the book's annotation, for the description
   std::vector<Fb2Note> notes;
+  std::vector<Fb2Line> notesTitle;  // the heading of the notes, a line each
   std::vector<std::string> linkTargets;  // by link number
   // Anchor names that stand on an element already named by another anchor: (alias, name).
   std::vector<std::pair<std::string, std::string>> aliases;

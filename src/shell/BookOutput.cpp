@@ -86,7 +86,7 @@ bool WriteFb2(const OutputJob& job, std::string& error) {
     return false;
   }
   if (job.fb2 && job.fb2->validate) {
-    const auto findings = fb2::ValidateFb2Schema(result.bytes, ShippedDataFolder() / fb2::kFb2SchemaFile);
+    const auto findings = fb2::ValidateFb2(result.bytes, ShippedDataFolder() / fb2::kFb2SchemaFile);
     for (const auto& finding : findings)
       messages.ShowText(job.output.string() + ":" + std::to_string(finding.line) + ": " + finding.message);
     if (!findings.empty()) {

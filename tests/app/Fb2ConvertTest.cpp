@@ -5,9 +5,9 @@
 #include "common/CodePage.h"
 #include "common/Files.h"
 #include "common/Text.h"
-#include "fb2/Fb2Schema.h"
 #include "shell/Converters.h"
 #include "shell/ToolInput.h"
+#include "support/Fb2Validity.h"
 #include "support/TestSupport.h"
 
 namespace pw::app {
@@ -25,16 +25,7 @@ std::string Quote(const fs::path& path) {
 }
 
 // Every FB2 the command writes passes our schema, and the public one when the corpus is there.
-void ExpectValid(const fs::path& fb2) {
-  std::string bytes;
-  ASSERT_TRUE(common::ReadWholeFile(fb2, bytes)) << fb2;
-  for (const auto& f : fb2::ValidateFb2Schema(bytes, pw::test::ShippedDataPath("") / fb2::kFb2SchemaFile))
-    ADD_FAILURE() << fb2 << ":" << f.line << ": " << f.message;
-  const fs::path publicSchema = test::CorpusPath("schema/FictionBook.xsd");
-  if (!publicSchema.empty() && fs::exists(publicSchema))
-    for (const auto& f : fb2::ValidateFb2Schema(bytes, publicSchema))
-      ADD_FAILURE() << fb2 << " (public schema):" << f.line << ": " << f.message;
-}
+void ExpectValid(const fs::path& fb2) { EXPECT_TRUE(pw::test::IsValidFb2File(fb2)); }
 
 TEST(Fb2Convert, TutorialBookWithOptions) {
   test::ScratchFolder folder;

@@ -16,6 +16,7 @@
 #include "fb2/Pictures.h"
 #include "markup/BookMarkup.h"
 #include "markup/SectionEditor.h"
+#include "support/Fb2Validity.h"
 #include "support/TestSupport.h"
 
 namespace pw::fb2 {
@@ -52,15 +53,7 @@ std::string Book(std::string_view body) {
 
 // Every FB2 a test writes is checked: our schema, the structure checks, and the public schema
 // when the sample corpus is beside the checkout.
-void ExpectValid(const std::string& fb2, const std::string& what) {
-  for (const auto& f : ValidateFb2Schema(fb2, pw::test::ShippedDataPath("") / kFb2SchemaFile))
-    ADD_FAILURE() << what << ": " << f.line << ": " << f.message;
-  for (const auto& f : CheckFb2Structure(fb2)) ADD_FAILURE() << what << " (structure): " << f.line << ": " << f.message;
-  const fs::path publicSchema = test::CorpusPath("schema/FictionBook.xsd");
-  if (!publicSchema.empty() && fs::exists(publicSchema))
-    for (const auto& f : ValidateFb2Schema(fb2, publicSchema))
-      ADD_FAILURE() << what << " (public schema): " << f.line << ": " << f.message;
-}
+void ExpectValid(const std::string& fb2, const std::string& what) { EXPECT_TRUE(pw::test::IsValidFb2(fb2)) << what; }
 
 struct Exported {
   std::string fb2;
@@ -292,6 +285,45 @@ TEST(Fb2Export, HostileBooksStayValid) {
   EXPECT_NE(links.find("<p><a l:href=\"#a0\">five</a>gone</p>"), std::string::npos);
   EXPECT_NE(Export(books[0]).fb2.find("a &lt; b &amp;&amp; c &gt; d ]]&gt; &amp;lt; &amp;#0; &amp;bogus; text"),
             std::string::npos);
+}
+
+// Sections that would hold only their heading part, or only a picture, still make a valid book,
+// whichever way the sections come about, and no text or picture is lost on the way.
+TEST(Fb2Export, SectionsWithoutTextStayValidAndKeepTheirPictures) {
+  InitPictureLibrary();
+  test::ScratchFolder scratch;
+  Magick::Image picture(Magick::Geometry(20, 20), Magick::Color("blue"));
+  picture.magick("PNG");
+  picture.write((scratch / "p.png").string());
+  const std::string image = "<DIV align=center><IMG src=p.png></DIV>";
+  const std::string epigraph = markup::MakeEpigraph(MakeParagraph("Alone."), "", "#0000CD");
+  const std::string marked = Book(
+      kSecStart + image + kSecEnd +                                           // a picture alone
+      kSecStart + markup::MakeTitle("Only a title", kColour) + kSecEnd +      // a title alone
+      kSecStart + epigraph + kSecEnd +                                        // an epigraph alone
+      kSecStart + kSecEnd +                                                   // nothing at all
+      kSecStart + markup::MakeTitle("Title and picture", kColour) + image + kSecEnd +
+      kSecStart + image + image + MakeParagraph("After two pictures.") + kSecEnd +
+      kSecStart + kSecStart + MakeParagraph("Inner.") + kSecEnd + image + kSecEnd);  // a picture after a sub-section
+  const std::string fromTitles = Book(
+      image + markup::MakeTitle("Picture chapter", kColour) + image + markup::MakeTitle("Next", kColour) + image +
+      image + markup::MakeTitle("Last", kColour) + MakeParagraph("End."));
+  for (const std::string* html : {&marked, &fromTitles}) {
+    const auto out = Export(*html, LibraryOptions(), scratch.path());
+    const std::string body = BodyOf(out.fb2);
+    size_t shown = 0, written = 0;
+    for (size_t at = html->find("<IMG"); at != std::string::npos; at = html->find("<IMG", at + 1)) ++written;
+    for (size_t at = body.find("<image "); at != std::string::npos; at = body.find("<image ", at + 1)) ++shown;
+    EXPECT_EQ(shown, written) << body;
+    for (const char* text : {"Only a title", "Alone.", "Title and picture", "After two pictures.", "Inner.",
+                             "Picture chapter", "Next", "Last", "End."}) {
+      if (html->find(text) != std::string::npos) {
+        EXPECT_NE(body.find(text), std::string::npos) << text;
+      }
+    }
+    // The section that was marked and left empty is not written.
+    EXPECT_EQ(body.find("<section>\n</section>"), std::string::npos) << body;
+  }
 }
 
 TEST(Fb2Export, PicturesAndCover) {

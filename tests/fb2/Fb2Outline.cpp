@@ -3,6 +3,9 @@
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
+#include <unicode/uchar.h>
+
+#include <map>
 #include <set>
 
 #include "common/Utf8.h"
@@ -82,6 +85,7 @@ class Reader {
         Description(child);
       }
       if (!Is(child, "body")) continue;
+      Letters(child);
       const std::string name = Attribute(child, "name");
       if (name == "notes" || name == "comments") {
         Notes(child);
@@ -93,6 +97,16 @@ class Reader {
   }
 
  private:
+  void Letters(const xmlNode* body) {
+    xmlChar* content = xmlNodeGetContent(body);
+    const std::string_view text = content ? reinterpret_cast<const char*>(content) : "";
+    for (size_t pos = 0; pos < text.size();) {
+      const char32_t cp = common::NextCodePoint(text, pos);
+      if (u_isalpha(static_cast<UChar32>(cp))) common::AppendUtf8(o_.letters, cp);
+    }
+    xmlFree(content);
+  }
+
   void Ids(const xmlNode* node) {
     for (; node; node = node->next) {
       if (node->type != XML_ELEMENT_NODE) continue;
@@ -357,6 +371,22 @@ Fb2Outline ReadFb2Outline(std::string_view xml) {
   return outline;
 }
 
+// Every letter of `before` is in `after` as often (the second text may add letters of its own,
+// such as a body title made from the description, and may put a block elsewhere).
+void LettersKept(std::vector<std::string>& diffs, std::string_view before, std::string_view after) {
+  std::map<char32_t, long> balance;
+  for (size_t pos = 0; pos < before.size();) ++balance[common::NextCodePoint(before, pos)];
+  for (size_t pos = 0; pos < after.size();) --balance[common::NextCodePoint(after, pos)];
+  std::string lost;
+  long count = 0;
+  for (const auto& [letter, missing] : balance) {
+    if (missing <= 0) continue;
+    common::AppendUtf8(lost, letter);
+    count += missing;
+  }
+  if (count > 0) diffs.push_back("letters: " + std::to_string(count) + " lost (" + lost + ")");
+}
+
 std::vector<std::string> CompareFb2Outlines(const Fb2Outline& a, const Fb2Outline& b, const OutlineOptions& options) {
   std::vector<std::string> diffs;
   if (!a.parsed || !b.parsed) {
@@ -383,6 +413,7 @@ std::vector<std::string> CompareFb2Outlines(const Fb2Outline& a, const Fb2Outlin
   CompareCounts(diffs, "links", a.links, b.links);
   CompareCounts(diffs, "broken links", a.brokenLinks, b.brokenLinks);
   CompareLists(diffs, "notes", a.notes, b.notes);
+  LettersKept(diffs, a.letters, b.letters);
   // The fields the first text has: a writer may fill those it lacks.
   if (options.description && a.hasDescription) {
     if (!a.title.empty()) CompareText(diffs, "book title", a.title, b.title);

@@ -29,6 +29,7 @@ struct Fb2Outline {
   size_t links = 0;                      // links inside the book ("#id") in the main bodies
   size_t brokenLinks = 0;                // of them, links whose target is nowhere
   std::vector<std::string> notes;        // each note section: its text without its title
+  std::string letters;                   // every letter of the bodies' text, in order
   // Description.
   bool hasDescription = false;
   std::string title;

@@ -6,12 +6,11 @@
 
 #include "Fb2Outline.h"
 #include "common/Files.h"
-#include "fb2/Fb2Checks.h"
 #include "fb2/Fb2Export.h"
 #include "fb2/Fb2Import.h"
-#include "fb2/Fb2Schema.h"
 #include "markup/DescriptionPlace.h"
 #include "markup/Normalise.h"
+#include "support/Fb2Validity.h"
 #include "support/TestSupport.h"
 
 namespace pw::fb2 {
@@ -67,10 +66,7 @@ RoundTrip ThereAndBack(std::string_view source, bool sectionMode) {
       ConvertHtml0ToFb2(book, imported.description.value_or(Fb2Description{}), exportOptions, folder.path(), session);
   trip.exported = exported.ok;
   trip.fb2 = exported.bytes;
-  for (const auto& f : ValidateFb2Schema(trip.fb2, pw::test::ShippedDataPath("") / kFb2SchemaFile))
-    trip.findings.push_back("schema: " + std::to_string(f.line) + ": " + f.message);
-  for (const auto& f : CheckFb2Structure(trip.fb2))
-    trip.findings.push_back("structure: " + std::to_string(f.line) + ": " + f.message);
+  trip.findings = pw::test::Fb2Problems(trip.fb2);
 
   trip.before = test::ReadFb2Outline(source);
   trip.after = test::ReadFb2Outline(trip.fb2);

@@ -2,11 +2,12 @@
 // drives it as a user would.
 import { test, before, after } from 'node:test';
 import assert from 'node:assert/strict';
-import { spawn, execFileSync } from 'node:child_process';
+import { spawn } from 'node:child_process';
 import { mkdtempSync, writeFileSync, readFileSync, mkdirSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { chromium } from 'playwright-core';
+import { assertValidFb2 } from './fb2-valid.mjs';
 
 const program = process.env.PAGEWRIGHT;
 const artifacts = process.env.PW_ARTIFACTS || join(tmpdir(), 'pagewright-web-artifacts');
@@ -142,7 +143,7 @@ test('a text book uploaded, marked, edited, saved and made into a valid FB2', as
   assert.match(text, /<book-title>A Short Walk<\/book-title>/);
   assert.match(text, /<epigraph>\s*<p>It was a quiet morning in the valley\.<\/p>\s*<\/epigraph>/);
   assert.match(text, /<p[^>]*>Chapter One<\/p>\s*<\/title>[\s\S]*<section>\s*<title>\s*<p[^>]*>Chapter Two<\/p>[\s\S]*<\/section>\s*<\/section>\s*<\/body>/);
-  execFileSync(program, ['validate', fb2]);  // throws when the file is not valid
+  assertValidFb2(program, fb2);
 
   await page.screenshot({ path: join(artifacts, 'workshop.png') });
   await context.close();

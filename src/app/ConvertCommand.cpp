@@ -17,6 +17,7 @@
 #include "shell/ImportOptions.h"
 #include "shell/InstanceFile.h"
 #include "shell/SettingsFile.h"
+#include "shell/StructureReport.h"
 #include "shell/WorkshopFolder.h"
 
 namespace pw::app {
@@ -30,6 +31,7 @@ struct ConvertOptions {
   std::string home;
   bool quiet = false;
   bool yes = false;
+  bool report = false;
   // FictionBook options that override the saved settings when given.
   std::string encoding;
   std::string dashes;
@@ -99,6 +101,14 @@ int Convert(const ConvertOptions& options) {
         view.Print(stdout, book.input + " -> " + book.output.string());
     }
   }
+  if (options.report) {
+    // What each written book holds, for the user to check before trusting the conversion.
+    for (const shell::PlannedBook& book : plan.books) {
+      shell::BookStructure structure;
+      if (book.overwritesInput || !shell::ReadBookFileStructure(book.output, structure)) continue;
+      std::cout << book.input << " -> " << book.output.string() << "\n" << shell::FormatStructure(structure);
+    }
+  }
   return failures == 0 ? 0 : 1;
 }
 
@@ -127,6 +137,9 @@ void RegisterConvertCommand(CLI::App& app, CommandAction& action) {
   convert->add_option("--home", options->home,
                       "Workshop folder (default: $PAGEWRIGHT_HOME, else the per-user data folder)");
   convert->add_flag("-q,--quiet", options->quiet, "No progress bar and no list of written books");
+  convert->add_flag("--report", options->report,
+                    "After converting, print what each book holds: headings with their levels, notes, pictures, "
+                    "epigraphs, verse blocks and the description");
   convert->add_flag("-y,--yes", options->yes, "Answer yes to every question (such as notes not in a note block)");
   auto* correct = convert->add_option_group("Correction");
   correct->add_option("--cleanup-before", options->cleanUpBefore,

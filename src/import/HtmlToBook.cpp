@@ -10,6 +10,9 @@
 #include "common/Utf8.h"
 #include "import/Charset.h"
 #include "import/Entities.h"
+#include "import/HtmlHeadings.h"
+#include "import/HtmlPictures.h"
+#include "import/TextCharacters.h"
 #include "import/TextToBook.h"
 #include "markup/BookMarkup.h"
 #include "markup/TagReader.h"
@@ -243,23 +246,24 @@ class ParagraphBuilder {
 // ---------------------------------------------------------------------------------------------
 // The book
 
-// A finished block of the book, before headings are told apart.
-struct Block {
-  enum Kind { Paragraph, Heading, Picture } kind = Paragraph;
-  int level = 0;  // heading level 1 to 6
-  std::string html;
-  std::string anchors;  // anchors that stand in front of a heading
-};
+using Block = HtmlBlock;
 
-std::string PlainOf(std::string_view html) {
-  std::string out;
-  bool inTag = false;
-  for (const char c : html) {
-    if (c == '<') inTag = true;
-    else if (c == '>') inTag = false;
-    else if (!inTag) out.push_back(c);
+std::string PlainOf(std::string_view html) { return PlainOfHtml(html); }
+
+// Span classes that mark a printed page's number ("pagenum", "page-number") or a picture's
+// caption; inside a heading neither is heading text.
+bool IsPageNumberClass(std::string_view cls) {
+  const std::string lower = common::AsciiLower(cls);
+  return lower == "page" || lower.find("pagenum") != std::string::npos || lower.find("pageno") != std::string::npos ||
+         lower.find("page-num") != std::string::npos || lower.find("page_num") != std::string::npos;
+}
+bool IsCaptionClass(std::string_view cls) { return common::AsciiLower(cls).find("caption") != std::string::npos; }
+
+bool HasLetterOrDigit(std::string_view text) {
+  for (size_t pos = 0; pos < text.size();) {
+    if (IsLetterOrDigit(common::NextCodePoint(text, pos))) return true;
   }
-  return std::string(common::Trim(out));
+  return false;
 }
 
 class Converter {
@@ -276,6 +280,9 @@ class Converter {
       for (auto& cls : ReadStyleClasses(html.substr(open + 1, (close == std::string_view::npos ? html.size() : close) - open - 1)))
         classes_.push_back(std::move(cls));
     }
+    // A cover the head names and the body does not show stands first in the book.
+    coverReference_ = CoverPageReference(html);
+    if (!coverReference_.empty() && !ShowsPicture(html, coverReference_)) Picture(coverReference_);
     size_t pos = 0;
     while (pos < html.size()) {
       const size_t lt = html.find('<', pos);
@@ -314,6 +321,11 @@ class Converter {
 
  private:
   void Text(std::string_view text) {
+    if (pageNumberDepth_ > 0) return;
+    if (captionDepth_ > 0) {
+      caption_.Text(text, false);
+      return;
+    }
     if (preDepth_ > 0) {
       PreText(text);
       return;
@@ -375,8 +387,35 @@ class Converter {
     std::string html = line_.Take();
     const int level = headingLevel_;
     headingLevel_ = 0;
-    if (PlainOf(html).empty()) {
-      pendingAnchors_ += html;
+    pageNumberDepth_ = 0;
+    captionDepth_ = 0;
+    // Pictures of the heading stand before it, and their caption under them.
+    const bool hadExtras = !headingPictures_.empty() || droppedPageNumber_;
+    for (const std::string& picture : headingPictures_) {
+      Block block;
+      block.kind = Block::Picture;
+      block.html = pendingAnchors_ + "<IMG src=\"" + picture + "\">";
+      pendingAnchors_.clear();
+      blocks_.push_back(std::move(block));
+    }
+    headingPictures_.clear();
+    droppedPageNumber_ = false;
+    if (std::string caption = caption_.Take(); !PlainOf(caption).empty()) {
+      Block block;
+      block.html = std::move(caption);
+      blocks_.push_back(std::move(block));
+    }
+    const std::string plain = PlainOf(html);
+    if (plain.empty() || (hadExtras && !HasLetterOrDigit(plain))) {
+      // No words left: no heading. Its anchors wait for the next block, any other text stays.
+      if (plain.empty()) {
+        pendingAnchors_ += html;
+      } else {
+        Block block;
+        block.html = pendingAnchors_ + html;
+        pendingAnchors_.clear();
+        blocks_.push_back(std::move(block));
+      }
       return;
     }
     Block block;
@@ -440,6 +479,12 @@ class Converter {
     if (n == "sup") return line_.Style(kSup, !tag.closing);
     if (n == "span" || n == "font") {
       if (tag.closing) {
+        if (!spanKinds_.empty()) {
+          const SpanKind kind = spanKinds_.back();
+          spanKinds_.pop_back();
+          if (kind == SpanKind::PageNumber && pageNumberDepth_ > 0) --pageNumberDepth_;
+          if (kind == SpanKind::Caption && captionDepth_ > 0) --captionDepth_;
+        }
         if (!spanStyles_.empty()) {
           const auto [bold, italic] = spanStyles_.back();
           spanStyles_.pop_back();
@@ -450,6 +495,16 @@ class Converter {
       }
       bool bold = false, italic = false;
       const std::string cls = Attribute(tag.attributes, "class");
+      SpanKind kind = SpanKind::Plain;
+      if (headingLevel_ > 0 && IsPageNumberClass(cls)) {
+        kind = SpanKind::PageNumber;
+        ++pageNumberDepth_;
+        droppedPageNumber_ = true;
+      } else if (headingLevel_ > 0 && IsCaptionClass(cls)) {
+        kind = SpanKind::Caption;
+        ++captionDepth_;
+      }
+      spanKinds_.push_back(kind);
       for (const auto& c : classes_)
         if (c.name == cls && !cls.empty()) {
           bold = bold || c.bold;
@@ -520,7 +575,15 @@ class Converter {
         }
       }
     }
-    line_.Picture(kept);
+    // The first picture before any text is the page's cover, unless its head names one.
+    const bool named = !coverReference_.empty() && src == coverReference_;
+    const bool first = coverReference_.empty() && blocks_.empty() && !line_.HasText() && headingLevel_ == 0;
+    if ((named || first) && report_.coverPicture.empty() && usedNames_.contains(kept)) report_.coverPicture = kept;
+    if (headingLevel_ > 0) {
+      headingPictures_.push_back(kept);
+    } else {
+      line_.Picture(kept);
+    }
     ++report_.pictures;
   }
 
@@ -533,37 +596,20 @@ class Converter {
   std::string pendingAnchors_;
   std::vector<std::string> pendingIdAnchors_;
   int headingLevel_ = 0;
+  enum class SpanKind { Plain, PageNumber, Caption };
+  std::vector<SpanKind> spanKinds_;
+  int pageNumberDepth_ = 0;
+  int captionDepth_ = 0;
+  bool droppedPageNumber_ = false;
+  ParagraphBuilder caption_;
+  std::vector<std::string> headingPictures_;
+  std::string coverReference_;
   int preDepth_ = 0;
   bool atPreLineStart_ = true;
   bool preBlankBefore_ = false;
   std::map<std::string, std::string> copiedPictures_;
   std::set<std::string> usedNames_;
 };
-
-// "Author Name. Title of the book": a first heading of two to four capitalised words, a point,
-// and the title.
-bool SplitAuthorAndTitle(const std::string& heading, std::string& author, std::string& title) {
-  const size_t point = heading.find(". ");
-  if (point == std::string::npos) return false;
-  const std::string_view first(heading.data(), point);
-  size_t words = 1;
-  for (const char c : first)
-    if (c == ' ') ++words;
-  if (words < 2 || words > 4 || first.find_first_of("0123456789,:;") != std::string_view::npos) return false;
-  // Every word starts with a capital letter.
-  for (size_t pos = 0; pos < first.size();) {
-    size_t next = pos;
-    common::NextCodePoint(first, next);
-    const std::string letter(first.substr(pos, next - pos));
-    if (common::ToUpper(letter) != letter || common::ToLower(letter) == letter) return false;
-    const size_t space = first.find(' ', pos);
-    if (space == std::string_view::npos) break;
-    pos = space + 1;
-  }
-  author = std::string(first);
-  title = std::string(common::Trim(std::string_view(heading).substr(point + 2)));
-  return !title.empty();
-}
 
 }  // namespace
 
@@ -625,65 +671,28 @@ std::string ConvertHtmlToHtml0(std::string_view html, common::Session& session, 
   progress.Percent(60);
 
   progress.Status(std::string(kStatus) + "...looking for titles...");
-  // The highest heading level of the book makes titles, the lower ones subtitles. The first
-  // heading names the author and the title when it reads "Author Name. Title"; a book whose
-  // single top heading stands before everything else takes it as its title.
-  int topLevel = 7;
-  for (const auto& block : blocks)
-    if (block.kind == Block::Heading) topLevel = std::min(topLevel, block.level);
-  std::string authorHeading, titleHeading;
-  std::vector<bool> consumed(blocks.size(), false);
-  const auto first = std::find_if(blocks.begin(), blocks.end(), [](const Block& b) { return b.kind == Block::Heading; });
-  if (first != blocks.end()) {
-    const size_t f = static_cast<size_t>(first - blocks.begin());
-    const std::string text = PlainOf(first->html);
-    if (SplitAuthorAndTitle(text, authorHeading, titleHeading)) {
-      consumed[f] = true;
-    } else {
-      size_t topCount = 0;
-      for (const auto& block : blocks)
-        if (block.kind == Block::Heading && block.level == topLevel) ++topCount;
-      const bool deeperFollow = std::any_of(first + 1, blocks.end(), [&](const Block& b) {
-        return b.kind == Block::Heading && b.level > topLevel;
-      });
-      if (topCount == 1 && first->level == topLevel && deeperFollow) {
-        titleHeading = text;
-        consumed[f] = true;
-        // "By Name" as the next heading is the author.
-        const auto next = std::find_if(first + 1, blocks.end(), [](const Block& b) { return b.kind == Block::Heading; });
-        if (next != blocks.end()) {
-          const std::string by = PlainOf(next->html);
-          if (common::StartsWith(common::AsciiLower(by), "by ")) {
-            authorHeading = std::string(common::Trim(std::string_view(by).substr(3)));
-            consumed[static_cast<size_t>(next - blocks.begin())] = true;
-          }
-        }
-      }
-    }
-    if (consumed[f]) {
-      topLevel = 7;
-      for (size_t i = 0; i < blocks.size(); ++i)
-        if (blocks[i].kind == Block::Heading && !consumed[i]) topLevel = std::min(topLevel, blocks[i].level);
-    }
-  }
+  HeadingPlan plan = PlanHeadings(blocks);
+  if (!options.bookAuthor.empty()) plan.bookAuthor = options.bookAuthor;
+  if (!options.bookTitle.empty()) plan.bookTitle = options.bookTitle;
   const common::ElementColours& colours = session.settings.elementColours;
   std::string body;
   body.reserve(html.size());
-  if (!authorHeading.empty()) body += markup::MakeBookAuthor(authorHeading, colours.bookAuthor) + "\r\n";
-  if (!titleHeading.empty()) body += markup::MakeBookTitle(titleHeading, colours.bookTitle) + "\r\n";
-  report.bookAuthor = authorHeading;
-  report.bookTitle = titleHeading;
+  if (!plan.bookAuthor.empty()) body += markup::MakeBookAuthor(plan.bookAuthor, colours.bookAuthor) + "\r\n";
+  if (!plan.bookTitle.empty()) body += markup::MakeBookTitle(plan.bookTitle, colours.bookTitle) + "\r\n";
+  report.bookAuthor = plan.bookAuthor;
+  report.bookTitle = plan.bookTitle;
   progress.Status(std::string(kStatus) + "...looking for paragraphs...");
   for (size_t i = 0; i < blocks.size(); ++i) {
-    if (consumed[i]) {
-      body += blocks[i].anchors;
+    const Block& block = blocks[i];
+    const HeadingRole role = plan.roles[i];
+    if (block.kind == Block::Heading && role != HeadingRole::Title && role != HeadingRole::Subtitle) {
+      body += block.anchors;
       continue;
     }
-    const Block& block = blocks[i];
     switch (block.kind) {
       case Block::Heading:
         body += block.anchors;
-        if (block.level == topLevel) {
+        if (role == HeadingRole::Title) {
           body += "<BR>" + markup::MakeTitle(block.html, colours.title);
           ++report.titles;
         } else {
@@ -811,6 +820,16 @@ bool ConvertHtmlFileToHtml0(const fs::path& source, const fs::path& output, comm
     TextImportOptions textOptions;
     textOptions.sourceType = "html";
     document = ConvertTextToBook(text, TextTarget::Html0, session, textOptions);
+  }
+  if (!local.coverPicture.empty()) {
+    // The cover beside the book is the one its FB2 takes.
+    const fs::path picture = output.parent_path() / local.coverPicture;
+    std::string extension = common::LowerExtension(picture);
+    if (extension == "jpeg") extension = "jpg";
+    const fs::path cover = output.parent_path() / ("cover." + extension);
+    std::error_code ignored;
+    if ((extension == "jpg" || extension == "png") && picture != cover)
+      fs::copy_file(picture, cover, fs::copy_options::skip_existing, ignored);
   }
   if (report) *report = local;
   if (!common::WriteFileAtomic(output, document)) {

@@ -26,6 +26,10 @@ struct HtmlImportOptions {
   // Where pictures are copied to (the book's folder); empty: pictures keep their names.
   std::filesystem::path bookFolder;
   bool linkHeadings = false;  // a contents block linking every title
+  // The book's author and title when the source names them itself (a PDF's own fields); they
+  // win over what the headings say.
+  std::string bookAuthor;
+  std::string bookTitle;
 };
 
 struct HtmlImportReport {
@@ -34,6 +38,9 @@ struct HtmlImportReport {
   size_t subtitles = 0;
   size_t pictures = 0;        // picture tags kept
   size_t copiedPictures = 0;  // picture files copied beside the book
+  // The copied picture that is the page's cover: the one its "<link rel=coverpage>" names, or
+  // its first picture before any text; empty when none.
+  std::string coverPicture;
   std::string bookAuthor;
   std::string bookTitle;
 };

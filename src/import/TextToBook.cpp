@@ -7,6 +7,8 @@
 #include "import/ParagraphModes.h"
 #include "import/TaggedText.h"
 #include "import/TextAnalysis.h"
+#include "import/TextHeader.h"
+#include "import/TextNotes.h"
 #include "import/TextSymbols.h"
 #include "import/TextWriters.h"
 #include "import/TitlePass.h"
@@ -60,7 +62,7 @@ std::string PrepareSource(std::string_view text, common::Session& session, const
 }
 
 void WriteHeader(std::string& book, TextTarget target, const common::Session& session,
-                 const TextImportOptions& options) {
+                 const TextImportOptions& options, const TextImportResult& result) {
   if (target == TextTarget::Html) {
     book += "<HTML>";
     book += markup::kCrLf;
@@ -75,12 +77,12 @@ void WriteHeader(std::string& book, TextTarget target, const common::Session& se
   book += markup::kCrLf;
   book += "<DIV></DIV>";
   book += markup::kCrLf;
-  if (!common::Trim(options.bookAuthor).empty()) {
-    book += markup::MakeBookAuthor(options.bookAuthor, colours.bookAuthor);
+  if (!common::Trim(result.bookAuthor).empty()) {
+    book += markup::MakeBookAuthor(result.bookAuthor, colours.bookAuthor);
     book += markup::kCrLf;
   }
-  if (!common::Trim(options.bookTitle).empty()) {
-    book += markup::MakeBookTitle(options.bookTitle, colours.bookTitle);
+  if (!common::Trim(result.bookTitle).empty()) {
+    book += markup::MakeBookTitle(result.bookTitle, colours.bookTitle);
     book += markup::kCrLf;
   }
   if (!common::Trim(options.bookSubtitle).empty()) {
@@ -137,9 +139,29 @@ std::string RunChain(std::string text, bool tagged, size_t sourceBytes, TextTarg
   ReplaceNonStandardSymbols(text);
   const double hyphenationRate = sourceType == "kml" ? 0.0 : HyphenationRate(text);
 
+  result.bookAuthor = options.bookAuthor;
+  result.bookTitle = options.bookTitle;
+  if (options.findHeader && target == TextTarget::Html0 && common::Trim(options.bookAuthor).empty() &&
+      common::Trim(options.bookTitle).empty()) {
+    const TextHeader header = FindTextHeader(text);
+    if (header.found()) {
+      result.bookAuthor = header.author;
+      result.bookTitle = header.title;
+      text.erase(0, header.length);
+    }
+  }
+
   const std::string mode = ResolveMode(text, sourceBytes, hyphenationRate, texts, session, options, result);
   result.mode = mode;
   result.paragraphStyle = mode == kModeSpaces ? "spaces" : "simple";
+
+  if (options.findNotes) {
+    const TextNotesResult notes = MarkTextNotes(text, session.settings.elementColours.noteBlock);
+    result.notes = notes.notes;
+    result.noteReferences = notes.references;
+    // The links are kept-tag marks, turned into tags when the book is written.
+    tagged = tagged || notes.references > 0;
+  }
 
   progress.Status(texts.converting);
   ReplaceDashes(text);
@@ -167,7 +189,7 @@ std::string RunChain(std::string text, bool tagged, size_t sourceBytes, TextTarg
   progress.Status(texts.paragraphs);
   std::string book;
   book.reserve(titled.size() + titled.size() / 3 + 1024);
-  WriteHeader(book, target, session, options);
+  WriteHeader(book, target, session, options, result);
   const ParagraphOptions paragraphOptions{mode, options.continueLowerCase};
   FormatParagraphs(titled, paragraphOptions, book, progress, CountWorkLines(titled));
   std::string().swap(titled);

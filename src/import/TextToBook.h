@@ -39,6 +39,11 @@ struct TextImportOptions {
   std::string bookAuthor;
   std::string bookTitle;
   std::string bookSubtitle;
+  // With no author and title given, they are read from the first lines of the text when
+  // these look like a book's header (TextHeader.h).
+  bool findHeader = true;
+  // Inline notes and a closing notes list become note links and a note block (TextNotes.h).
+  bool findNotes = true;
   // "tabulators": a line starting in lower case continues the paragraph.
   bool continueLowerCase = true;
   // Link every title from a contents block.
@@ -62,6 +67,10 @@ struct TextImportResult {
   size_t subtitles = 0;
   size_t epigraphs = 0;
   size_t verses = 0;
+  size_t notes = 0;            // notes in the note block made from the text's notes
+  size_t noteReferences = 0;   // links to them
+  std::string bookAuthor;      // the header written (given, or read from the first lines)
+  std::string bookTitle;
 };
 
 enum class TextTarget {

@@ -5,6 +5,7 @@
 #include "common/Text.h"
 #include "import/HeadingClassifier.h"
 #include "import/TaggedText.h"
+#include "import/TextHeader.h"
 #include "import/TextCharacters.h"
 #include "import/TextWriters.h"
 #include "import/VerseBlocks.h"
@@ -37,13 +38,16 @@ class TitleWriter {
     std::string stripped;
     const bool tagged = HasKeptTags(line);
     if (tagged) stripped = StripKeptTags(line);
-    const std::string_view probe = tagged ? std::string_view(stripped) : line;
+    std::string_view probe = tagged ? std::string_view(stripped) : line;
     if (common::Trim(probe).empty()) {
       FlushBlock();
       // A run of empty lines is one break, and none is needed after a break already written.
       breakPending_ = wroteSomething_;
       return;
     }
+    // "Ч А С Т Ь   П Е Р В А Я" is tried as the words it spells.
+    const std::string joined = JoinSpacedLetters(probe);
+    if (joined != probe) probe = joined;
     const HeadingVerdict verdict = ClassifyHeadingLine(probe, dictionary_);
     if (verdict.heading && HeadingFitsContext(probe, verdict, block_)) {
       FlushBlock();

@@ -9,6 +9,7 @@
 #include "markup/BookMarkup.h"
 #include "markup/Normalise.h"
 #include "shell/CitationFile.h"
+#include "shell/PagePictures.h"
 #include "shell/SaveBook.h"
 
 namespace pw::shell {
@@ -116,6 +117,9 @@ bool BookSession::Convert(const std::string& path, const Fresh& fresh, fs::path&
   const fs::path inputCopy = fresh.inputFolder / fileName;
   std::error_code ec;
   if (!fs::copy_file(path, inputCopy, fs::copy_options::overwrite_existing, ec)) return false;
+  // A page's pictures beside it travel with the copy.
+  if (const std::string type = common::LowerExtension(inputCopy); type == "htm" || type == "html" || type == "shtml")
+    CopyPagePictures(path, fresh.inputFolder);
   progress_.Percent(10);
 
   common::Session job(progress_, messages_);

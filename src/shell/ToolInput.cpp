@@ -11,16 +11,16 @@
 
 #include "common/Files.h"
 #include "common/Text.h"
-#include "import/Charset.h"
 #include "import/HtmlToBook.h"
-#include "import/TextToBook.h"
+#include "import/PdfLayout.h"
 #include "shell/WorkshopFolder.h"
 
 namespace pw::shell {
 
 namespace fs = std::filesystem;
 
-int RunTool(const std::vector<std::string>& arguments, const fs::path& folder, int timeoutSeconds) {
+int RunTool(const std::vector<std::string>& arguments, const fs::path& folder, int timeoutSeconds,
+            const fs::path& outputFile) {
   if (arguments.empty()) return -1;
   std::vector<char*> argv;
   for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
@@ -34,6 +34,11 @@ int RunTool(const std::vector<std::string>& arguments, const fs::path& folder, i
       dup2(devNull, STDIN_FILENO);
       dup2(devNull, STDOUT_FILENO);
       dup2(devNull, STDERR_FILENO);
+    }
+    if (!outputFile.empty()) {
+      const int out = open(outputFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+      if (out < 0) _exit(127);
+      dup2(out, STDOUT_FILENO);
     }
     setpgid(0, 0);
     execvp(argv[0], argv.data());
@@ -95,20 +100,28 @@ bool ConvertPdfBook(ConvertJob& job) {
   session.progress.Status("...converting pdf to html...");
   const fs::path folder = ToolFolder(job, "pdf");
   const fs::path input = fs::absolute(job.input);
-  if (RunTool({tool, "-q", "-noframes", "-i", "-enc", "UTF-8", input.string(), "book"}, folder, kToolTimeout) != 0) {
+  std::string xml;
+  if (RunTool({tool, "-q", "-xml", "-i", "-enc", "UTF-8", input.string(), "book"}, folder, kToolTimeout) != 0 ||
+      !common::ReadWholeFile(folder / "book.xml", xml)) {
     session.messages.Show(common::Msg::CannotConvert, ": " + job.sourceName);
     return false;
   }
-  std::string html;
-  if (!common::ReadWholeFile(folder / "book.html", html)) {
-    session.messages.Show(common::Msg::CannotConvert, ": " + job.sourceName);
-    return false;
-  }
-  const std::string text = import::ExtractTextFromHtml(html, session.progress);
-  import::TextImportOptions options;
-  options.sourceType = "pdf";
-  options.dictionaryFolder = ShippedDataFolder();
-  const std::string document = import::ConvertTextToBook(text, import::TextTarget::Html0, session, options);
+  // The PDF's own title and author, when poppler's pdfinfo is there to tell them.
+  import::PdfInfo info;
+  const fs::path tool2 = fs::path(tool).parent_path() / "pdfinfo";
+  const std::string infoTool = access(tool2.c_str(), X_OK) == 0 ? tool2.string() : FindTool("", {"pdfinfo"});
+  std::string infoText;
+  if (!infoTool.empty() &&
+      RunTool({infoTool, "-enc", "UTF-8", input.string()}, folder, kToolTimeout, folder / "info.txt") == 0 &&
+      common::ReadWholeFile(folder / "info.txt", infoText))
+    info = import::ReadPdfInfo(infoText);
+
+  session.progress.Status("...converting pdf to html0: removing pdf page headers...");
+  const std::string html = import::PdfXmlToHtml(xml, info);
+  import::HtmlImportOptions options;
+  options.bookAuthor = info.author;
+  options.bookTitle = info.title;
+  const std::string document = import::ConvertHtmlToHtml0(html, session, options);
   std::error_code ignored;
   fs::remove_all(folder, ignored);
   return common::WriteFileAtomic(job.workingDocument, document);

@@ -104,6 +104,87 @@ TEST(HtmlToBook, PicturesBesideTheSourceAreCopied) {
             std::string::npos);
 }
 
+// The titles of a book, in order.
+std::vector<std::string> Titles(const std::string& book, std::string_view open = "<SPAN id=title>") {
+  std::vector<std::string> titles;
+  for (size_t at = book.find(open); at != std::string::npos; at = book.find(open, at + 1)) {
+    const size_t b = book.find("<B>", at) + 3;
+    titles.push_back(book.substr(b, book.find("</B>", b) - b));
+  }
+  return titles;
+}
+
+TEST(HtmlToBook, TheRepeatedLevelCarriesTheChapters) {
+  // h1 the book, h2 the author and the chapters, h3 inside chapters, "Contents" over nothing.
+  const auto out = Convert(
+      "<h1>The Long Way</h1><h2>by Alice Lee</h2><h2>Contents</h2><table><tr><td>1</td></tr></table>"
+      "<h2>Chapter 1</h2><h3>Morning</h3><p>One.</p><h2>Chapter 2</h2><p>Two.</p><h2>Chapter 3</h2><p>Three.</p>");
+  EXPECT_EQ(out.report.bookTitle, "The Long Way");
+  EXPECT_EQ(out.report.bookAuthor, "Alice Lee");
+  EXPECT_EQ(Titles(out.book), (std::vector<std::string>{"Chapter 1", "Chapter 2", "Chapter 3"}));
+  EXPECT_EQ(Titles(out.book, "<SPAN id=subtitle>"), (std::vector<std::string>{"Contents", "Morning"}));
+
+  // Parts above the chapter level are titles too; deeper levels stay subtitles.
+  const auto parts = Convert("<h1>Part One</h1><h2>I</h2><p>a</p><h2>II</h2><p>b</p><h1>Part Two</h1><h2>III</h2>"
+                             "<p>c</p><h4>Note</h4><p>d</p>");
+  EXPECT_EQ(parts.report.bookTitle, "");
+  EXPECT_EQ(Titles(parts.book), (std::vector<std::string>{"Part One", "I", "II", "Part Two", "III"}));
+  EXPECT_EQ(parts.report.subtitles, 1u);
+}
+
+TEST(HtmlToBook, PicturesCaptionsAndPageNumbersInsideHeadings) {
+  const auto out = Convert(
+      "<h1>Pride</h1>"
+      "<h2><a id=\"CHAPTER_I\"></a><span class=\"pagenum\"><a id=\"Page_1\">{1}</a></span>"
+      "<img src=\"i_001.jpg\" alt=\"\"><br><span class=\"caption\">I hope Mr. Bingley will like it.</span> "
+      "CHAPTER II.</h2><p>Text.</p>"
+      "<h2><span class=\"pagenum\">{ix}</span></h2><p>More.</p>"
+      "<h2>CHAPTER III.</h2><p>End.</p>");
+  EXPECT_EQ(Titles(out.book), (std::vector<std::string>{"CHAPTER II.", "CHAPTER III."}));
+  const std::string body = BodyOf(out.book);
+  // The picture stands before the heading, its caption under it as a paragraph, the anchors
+  // stay, the page numbers go.
+  const size_t picture = body.find("<IMG src=\"i_001.jpg\">");
+  const size_t caption = body.find("I hope Mr. Bingley will like it.</DIV>");
+  const size_t heading = body.find("<B>CHAPTER II.</B>");
+  ASSERT_NE(picture, std::string::npos) << body;
+  EXPECT_LT(picture, caption);
+  EXPECT_LT(caption, heading);
+  EXPECT_NE(body.find("<A name=\"CHAPTER_I\"></A>"), std::string::npos);
+  EXPECT_NE(body.find("<A name=\"Page_1\"></A>"), std::string::npos);
+  EXPECT_EQ(body.find("{1}"), std::string::npos);
+  EXPECT_EQ(body.find("{ix}"), std::string::npos);
+}
+
+TEST(HtmlToBook, TheCoverOfAPage) {
+  test::ScratchFolder source;
+  test::ScratchFolder book;
+  fs::create_directories(source / "images");
+  ASSERT_TRUE(common::WriteFileAtomic(source / "images/front.jpg", "jpeg bytes"));
+  ASSERT_TRUE(common::WriteFileAtomic(source / "images/other.png", "png bytes"));
+  const std::string page = "<html><head><link rel=\"coverpage\" href=\"images/front.jpg\"></head><body>"
+                           "<p>Text <img src=\"images/other.png\"></p></body></html>";
+  ASSERT_TRUE(common::WriteFileAtomic(source / "page.html", page));
+  common::NullProgress progress;
+  common::RecordingSink sink;
+  common::Messages messages(sink);
+  common::Session session(progress, messages);
+  HtmlImportReport report;
+  ASSERT_TRUE(ConvertHtmlFileToHtml0(source / "page.html", book / "page.html0", session, &report));
+  // The head's cover is shown first in the book and kept as the book's cover.
+  EXPECT_EQ(report.coverPicture, "front.jpg");
+  EXPECT_TRUE(fs::exists(book / "cover.jpg"));
+  EXPECT_TRUE(fs::exists(book / "other.png"));
+
+  // Without a cover link, the first picture before any text is the cover; one after text is not.
+  HtmlImportOptions options;
+  options.sourceFolder = source.path();
+  options.bookFolder = book.path();
+  EXPECT_EQ(Convert("<p><img src=\"images/other.png\"></p><h1>T</h1><p>x</p>", options).report.coverPicture,
+            "other.png");
+  EXPECT_EQ(Convert("<p>x</p><p><img src=\"images/other.png\"></p>", options).report.coverPicture, "");
+}
+
 TEST(HtmlToBook, TextExtractionAndClipboard) {
   common::NullProgress progress;
   EXPECT_EQ(ExtractTextFromHtml("<html><head><title>t</title></head><body><h1>Head</h1><p>One&nbsp;two&shy;three</p>"
@@ -154,9 +235,17 @@ TEST(HtmlToBook, CorpusBooks) {
     EXPECT_NE(aliceBook.find(std::string("<SPAN id=title><DIV align=center><FONT color=#001950><B>") + chapter),
               std::string::npos)
         << chapter;
-  EXPECT_GE(Count(aliceBook, "<SPAN id=title>"), 12u);
+  EXPECT_EQ(Count(aliceBook, "<SPAN id=title>"), 12u);
+  EXPECT_EQ(report.bookAuthor, "Lewis Carroll");
   for (const std::string_view junk : {"<style", "<script", "<!--", "text-indent"})
     EXPECT_EQ(common::FindAsciiCaseless(BodyOf(aliceBook), junk), std::string::npos) << junk;
+  // The newer twin: the same twelve chapters, and its cover picture from beside the page.
+  const fs::path twin = test::CorpusPath("html/en_carroll_alice_pg_xhtml_with_image/11-h.htm");
+  HtmlImportReport twinReport;
+  const std::string twinBook = convert(twin, twinReport);
+  EXPECT_EQ(Titles(twinBook), Titles(aliceBook));
+  EXPECT_EQ(twinReport.coverPicture, "cover.jpg");
+  EXPECT_EQ(twinReport.bookAuthor, "Lewis Carroll");
   std::printf("Alice: %zu titles, %zu subtitles, %zu paragraphs\n", report.titles, report.subtitles, report.paragraphs);
 
   HtmlImportReport r1, r2;

@@ -95,7 +95,7 @@ HeadingPlan PlanHeadings(const std::vector<HtmlBlock>& blocks) {
   bool bookTitle = false;
   if (SplitAuthorAndTitle(firstText, plan.bookAuthor, plan.bookTitle)) {
     plan.roles[first] = HeadingRole::BookAuthorAndTitle;
-  } else if ((blocks[first].level < chapterLevel && first < firstChapterAt) || (topCount == 1 && deeperFollow)) {
+  } else if (topCount == 1 && ((blocks[first].level < chapterLevel && first < firstChapterAt) || deeperFollow)) {
     plan.roles[first] = HeadingRole::BookTitle;
     plan.bookTitle = firstText;
     bookTitle = true;

@@ -60,7 +60,10 @@ std::string ContentText(std::string_view content) {
     else if (c == '>') inTag = false;
     else if (!inTag) plain.push_back(c);
   }
+  // The decoding keeps "&lt;" and "&gt;" as they are; the page writer escapes every bracket.
   std::string text = ReplaceHtmlEntitiesUtf8(plain);
+  common::ReplaceAllInPlace(text, "&lt;", "<");
+  common::ReplaceAllInPlace(text, "&gt;", ">");
   common::ReplaceAllInPlace(text, "\xC2\xA0", " ");
   return text;
 }

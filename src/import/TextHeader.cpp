@@ -258,7 +258,9 @@ std::string JoinSpacedLetters(std::string_view line) {
     }
     wideGap = wideGap || blanks > 1;
   }
-  if (letters < 3) return std::string(line);
+  // "x x x" separates scenes; it spells no word.
+  if (letters < 3 || common::Trim(common::ReplaceAll(trimmed, std::string_view(trimmed.data(), 1), "")).empty())
+    return std::string(line);
   std::string out;
   out.reserve(trimmed.size());
   for (size_t pos = 0; pos < trimmed.size();) {

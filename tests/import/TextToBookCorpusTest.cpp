@@ -173,6 +173,29 @@ TEST(TextCorpus, EveryTextBookConverts) {
   std::printf("text corpus: %zu books converted\n", names.size());
 }
 
+// The author and title come from the first lines only where a book starts with them; no first
+// line of prose, cast list, verse or manual is taken for either.
+TEST(TextCorpus, AuthorAndTitleOnlyWhereTheBookHasThem) {
+  const std::filesystem::path folder = pw::test::CorpusPath("txt");
+  if (folder.empty() || !std::filesystem::is_directory(folder)) GTEST_SKIP() << "no corpus";
+  const std::map<std::string, std::pair<std::string, std::string>> expected = {
+      {"ru_lermontov_geroi_nashego_vremeni_utf8_libru_layout.txt", {"Михаил Лермонтов", "Герой нашего времени"}},
+      {"ru_chekhov_vanka_utf8_oneline_noblank.txt", {"Антон Чехов", "ВАНЬКА"}},
+      {"ru_pushkin_onegin_cp1251_crlf_libru_style.txt", {"Александр Сергеевич Пушкин", "Евгений Онегин"}},
+      {"ru_pushkin_skazka_o_tsare_saltane_utf8_verse.txt",
+       {"Александр Пушкин", "СКАЗКА О ЦАРЕ САЛТАНЕ, О СЫНЕ ЕГО СЛАВНОМ И МОГУЧЕМ БОГАТЫРЕ КНЯЗЕ ГВИДОНЕ САЛТАНОВИЧЕ "
+                           "И О ПРЕКРАСНОЙ ЦАРЕВНЕ ЛЕБЕДИ"}}};
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    const std::string name = entry.path().filename().string();
+    if (common::LowerExtension(entry.path()) != "txt") continue;
+    Converted c;
+    ASSERT_TRUE(ConvertCorpusBook(name, c));
+    const auto want = expected.find(name);
+    EXPECT_EQ(c.result.bookAuthor, want == expected.end() ? "" : want->second.first) << name;
+    EXPECT_EQ(c.result.bookTitle, want == expected.end() ? "" : want->second.second) << name;
+  }
+}
+
 TEST(TextCorpus, AliceChaptersProseAndVerse) {
   CONVERT_OR_SKIP("en_carroll_alice_ascii_crlf_noheader.txt", c);
   const std::vector<std::string> titles = HeadingTexts(c.book, markup::kTitleOpen);
@@ -284,20 +307,25 @@ TEST(TextCorpus, VankaOneParagraphPerLine) {
     nonEmpty += !common::Trim(line).empty();
     dialogue += common::Trim(line).starts_with("\u2014 ");
   }
-  EXPECT_EQ(ProseParagraphs(c.book).size() + c.result.titles, nonEmpty);
+  // The author and title lines are the book's header.
+  EXPECT_EQ(c.result.bookAuthor, "Антон Чехов");
+  EXPECT_EQ(c.result.bookTitle, "ВАНЬКА");
+  EXPECT_EQ(ProseParagraphs(c.book).size() + c.result.titles + 2, nonEmpty);
   EXPECT_GT(dialogue, 0u);
   EXPECT_EQ(CountStartingWith(ProseParagraphs(c.book), "-&nbsp;"), dialogue);
 }
 
 TEST(TextCorpus, SaltanTitleBlockAndOneLongVerse) {
   CONVERT_OR_SKIP("ru_pushkin_skazka_o_tsare_saltane_utf8_verse.txt", c);
-  EXPECT_EQ(HeadingTexts(c.book, markup::kTitleOpen),
-            (std::vector<std::string>{"СКАЗКА О ЦАРЕ САЛТАНЕ,", "О СЫНЕ ЕГО СЛАВНОМ И МОГУЧЕМ БОГАТЫРЕ",
-                                      "КНЯЗЕ ГВИДОНЕ САЛТАНОВИЧЕ", "И О ПРЕКРАСНОЙ ЦАРЕВНЕ ЛЕБЕДИ"}));
+  // The author line and the four title lines in capitals are the book's header.
+  EXPECT_EQ(c.result.bookAuthor, "Александр Пушкин");
+  EXPECT_EQ(c.result.bookTitle, "СКАЗКА О ЦАРЕ САЛТАНЕ, О СЫНЕ ЕГО СЛАВНОМ И МОГУЧЕМ БОГАТЫРЕ КНЯЗЕ ГВИДОНЕ "
+                                "САЛТАНОВИЧЕ И О ПРЕКРАСНОЙ ЦАРЕВНЕ ЛЕБЕДИ");
+  EXPECT_TRUE(HeadingTexts(c.book, markup::kTitleOpen).empty());
   // With no empty line in the whole poem, the verse lines are still never glued together.
   size_t lines = 0;
   for (std::string_view line : Lines(c.source)) lines += !common::Trim(line).empty();
-  EXPECT_EQ(common::CountOccurrences(c.book, markup::kParagraphStart), lines - 4);
+  EXPECT_EQ(common::CountOccurrences(c.book, markup::kParagraphStart), lines - 5);
   EXPECT_GE(c.result.verses, 1u);
 }
 

@@ -324,6 +324,7 @@ class PageWriter {
       : bodySize_(bodySize), words_(std::move(words)), report_(report) {}
 
   void AddPage(const Page& page) {
+    if (headingLevel_ != 0) EndBlock();  // a heading does not run on to the next page
     int margin = 1 << 20, right = 0;
     for (const Line& line : page.lines)
       if (!line.removed && line.level == 0) {

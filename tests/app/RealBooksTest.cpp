@@ -70,7 +70,7 @@ TEST(RealBooks, HtmlChaptersCoverAndAuthor) {
   EXPECT_EQ(CountStarting(HeadingsAt(c.book, 1), "CHAPTER "), 12u);
   EXPECT_TRUE(c.book.cover);
   EXPECT_GE(c.book.pictures, 1u);
-  EXPECT_NE(c.fb2.find("<binary id=\"cover.jpg\" content-type=\"image/jpg\">"), std::string::npos);
+  EXPECT_NE(c.fb2.find("<binary content-type=\"image/jpg\" id=\"cover.jpg\">"), std::string::npos);
   EXPECT_EQ(c.book.title, "Alice’s Adventures in Wonderland");
   ASSERT_EQ(c.book.authors.size(), 1u);
   EXPECT_EQ(c.book.authors[0], "Lewis Carroll");

@@ -7,9 +7,9 @@
 
 #include "common/Files.h"
 #include "common/Text.h"
-#include "fb2/Fb2Schema.h"
 #include "shell/StructureReport.h"
 #include "shell/ToolInput.h"
+#include "support/Fb2Validity.h"
 #include "support/TestSupport.h"
 
 namespace pw::app {
@@ -18,17 +18,6 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string Quote(const fs::path& path) { return "'" + path.string() + "'"; }
-
-void ExpectValidFb2(const fs::path& fb2) {
-  std::string bytes;
-  ASSERT_TRUE(common::ReadWholeFile(fb2, bytes)) << fb2;
-  for (const auto& f : fb2::ValidateFb2Schema(bytes, test::ShippedDataPath("") / fb2::kFb2SchemaFile))
-    ADD_FAILURE() << fb2 << ":" << f.line << ": " << f.message;
-  const fs::path publicSchema = test::CorpusPath("schema/FictionBook.xsd");
-  if (!publicSchema.empty() && fs::exists(publicSchema))
-    for (const auto& f : fb2::ValidateFb2Schema(bytes, publicSchema))
-      ADD_FAILURE() << fb2 << " (public schema):" << f.line << ": " << f.message;
-}
 
 struct Converted {
   std::string output;  // what the command printed
@@ -44,7 +33,7 @@ Converted ConvertToFb2(const fs::path& input, const test::ScratchFolder& folder,
                                         " -o " + Quote(out) + " --home " + Quote(folder / "home"),
                                     &c.output);
   EXPECT_EQ(code, 0) << c.output;
-  ExpectValidFb2(out);
+  EXPECT_TRUE(test::IsValidFb2File(out));
   EXPECT_TRUE(shell::ReadBookFileStructure(out, c.book));
   common::ReadWholeFile(out, c.fb2);
   return c;

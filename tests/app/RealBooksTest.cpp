@@ -3,9 +3,19 @@
 // shipped schema and the public one.
 #include <gtest/gtest.h>
 
+#include <unicode/uchar.h>
+
 #include <algorithm>
+#include <map>
 
 #include "common/Files.h"
+#include "common/Messages.h"
+#include "common/Progress.h"
+#include "common/Session.h"
+#include "common/Utf8.h"
+#include "import/Charset.h"
+#include "import/Entities.h"
+#include "import/HtmlToBook.h"
 #include "common/Text.h"
 #include "shell/StructureReport.h"
 #include "shell/ToolInput.h"
@@ -135,6 +145,90 @@ TEST(RealBooks, TextBookNotesBecomeANotesBody) {
   EXPECT_EQ(c.book.authors[0], "Лев Толстой");
   EXPECT_NE(c.fb2.find("<first-name>Лев</first-name>"), std::string::npos);
   EXPECT_NE(c.fb2.find("<last-name>Толстой</last-name>"), std::string::npos);
+}
+
+std::map<char32_t, size_t> Letters(std::string_view text) {
+  std::map<char32_t, size_t> counts;
+  for (size_t pos = 0; pos < text.size();) {
+    const char32_t c = common::NextCodePoint(text, pos);
+    if (u_isalpha(static_cast<UChar32>(c))) ++counts[c];
+  }
+  return counts;
+}
+
+// What a reader of the source sees: the decoded text; for a page, its text without the head,
+// tables and forms (which the page converter leaves out, as they hold no running text).
+std::string SourceText(const fs::path& path) {
+  std::string bytes;
+  common::ReadWholeFile(path, bytes);
+  common::NullProgress progress;
+  common::RecordingSink sink;
+  common::Messages messages(sink);
+  common::Session session(progress, messages);
+  std::string text = import::DetectCharset(bytes, session);
+  const std::string extension = common::LowerExtension(path);
+  if (extension != "htm" && extension != "html") return text;
+  for (const std::string_view name : {"table", "form", "select", "textarea", "noscript"}) {
+    const std::string open = "<" + std::string(name), close = "</" + std::string(name) + ">";
+    for (size_t at = common::FindAsciiCaseless(text, open); at != std::string::npos;
+         at = common::FindAsciiCaseless(text, open, at)) {
+      const size_t end = common::FindAsciiCaseless(text, close, at);
+      text.erase(at, (end == std::string::npos ? text.size() : end + close.size()) - at);
+    }
+  }
+  return import::ExtractTextFromHtml(text, progress);
+}
+
+// The text of the FB2's bodies (the main body and the notes), tags dropped, references decoded.
+std::string BodiesText(std::string_view fb2) {
+  const size_t start = fb2.find("<body");
+  size_t end = fb2.find("<binary");
+  if (end == std::string_view::npos) end = fb2.size();
+  std::string plain;
+  bool inTag = false;
+  for (const char c : fb2.substr(start, end - start)) {
+    if (c == '<') inTag = true;
+    else if (c == '>') inTag = false;
+    else if (!inTag) plain.push_back(c);
+  }
+  return import::ReplaceHtmlEntitiesUtf8(plain);
+}
+
+TEST(RealBooks, NoLetterOfASourceIsLost) {
+  const fs::path corpus = test::CorpusPath("");
+  if (corpus.empty() || !fs::exists(corpus)) GTEST_SKIP() << "no sample corpus beside the checkout";
+  std::vector<fs::path> books;
+  for (const char* folder : {"txt", "html"})
+    for (const auto& entry : fs::recursive_directory_iterator(corpus / folder)) {
+      const std::string extension = common::LowerExtension(entry.path());
+      if (entry.is_regular_file() && (extension == "txt" || extension == "htm" || extension == "html"))
+        books.push_back(entry.path());
+    }
+  ASSERT_FALSE(books.empty());
+  test::ScratchFolder folder;
+  std::string command = test::ProgramPath().string() + " convert -q --yes --to fb2 -o " + Quote(folder / "out") +
+                        " --home " + Quote(folder / "home");
+  for (const fs::path& book : books) command += " " + Quote(book);
+  fs::create_directories(folder / "out");
+  std::string output;
+  ASSERT_EQ(test::RunCommand(command, &output), 0) << output;
+  for (const fs::path& book : books) {
+    std::string fb2;
+    ASSERT_TRUE(common::ReadWholeFile(folder / "out" / (book.stem().string() + ".fb2"), fb2)) << book;
+    const auto written = Letters(BodiesText(fb2));
+    std::string lost;
+    // The word "by" of a "by Author" heading is the one thing a page gives up: the name is the
+    // book's author.
+    auto source = Letters(SourceText(book));
+    if (book.filename() == "11-h.htm" || book.filename() == "en_carroll_alice_pg_xhtml1_old.htm")
+      for (const auto& [letter, count] : Letters(book.filename() == "11-h.htm" ? "by" : "By")) source[letter] -= count;
+    for (const auto& [letter, count] : source) {
+      const auto found = written.find(letter);
+      const size_t have = found == written.end() ? 0 : found->second;
+      if (have < count) lost += common::Utf8Of(letter) + " " + std::to_string(count - have) + "; ";
+    }
+    EXPECT_TRUE(lost.empty()) << book.filename() << ": letters lost: " << lost;
+  }
 }
 
 }  // namespace

@@ -92,7 +92,9 @@ class Checker {
   }
 
  private:
-  void Add(long line, std::string message) { findings.push_back({line, std::move(message)}); }
+  void Add(long line, std::string message, std::string element = {}) {
+    findings.push_back({line, std::move(message), std::move(element)});
+  }
 
   void Visit(const xmlNode* node) {
     const std::string_view name = Name(node);
@@ -115,7 +117,7 @@ class Checker {
     CheckContentOrder(node, findings);
     if (name == "date" && xmlHasProp(node, reinterpret_cast<const xmlChar*>("value"))) {
       const std::string value = Attribute(node, "value");
-      if (!IsIsoDate(value)) Add(line, "date value is not an ISO date: " + value);
+      if (!IsIsoDate(value)) Add(line, "date value is not an ISO date: " + value, "date");
     }
     if (name == "version" && IsElement(node->parent, "document-info")) {
       xmlChar* text = xmlNodeGetContent(node);
@@ -124,7 +126,7 @@ class Checker {
       const size_t first = value.find_first_not_of(" \t\r\n");
       const size_t last = value.find_last_not_of(" \t\r\n");
       value = first == std::string::npos ? "" : value.substr(first, last - first + 1);
-      if (!IsNumber(value)) Add(line, "version is not a number: " + value);
+      if (!IsNumber(value)) Add(line, "version is not a number: " + value, "version");
     }
   }
 

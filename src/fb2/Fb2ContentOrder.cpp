@@ -173,14 +173,17 @@ void CheckSection(const xmlNode* section, std::vector<Fb2Finding>& findings) {
   const Stage head{{"title", "epigraph", "image", "annotation"}};
   const Stage text{kText};
   const bool subSections = NameOf(children[next]) == "section";
-  bool mixed = false, started = false;
+  // Mixed text and sub-sections are told where one kind gives way to the other.
+  bool sectionsBefore = subSections, started = false;
   for (; next < children.size(); ++next) {
     const xmlNode* child = children[next];
     const std::string_view name = NameOf(child);
-    if ((name == "section") != subSections && (name == "section" || text.Has(name))) {
-      if (!mixed) check.Add(child, "section holds both text and sub-sections");
-      mixed = true;
-    } else if (name == "section") {
+    const bool isSection = name == "section";
+    if (isSection || text.Has(name)) {
+      if (isSection != sectionsBefore) check.Add(child, "section holds both text and sub-sections");
+      sectionsBefore = isSection;
+    }
+    if (isSection || (subSections && text.Has(name))) {
     } else if (!text.Has(name)) {
       check.Add(child, std::string(name) + (head.Has(name) ? " is out of place in section" : " is not allowed in section"));
     } else if (!started && name == "image") {

@@ -40,6 +40,10 @@ void Collect(void* context, xmlError* error) {
   // Element names are told without the book's namespace: every element of a book is in it.
   for (size_t at = message.find(kFb2Namespace); at != std::string::npos; at = message.find(kFb2Namespace, at))
     message.erase(at, kFb2Namespace.size());
+  // A value outside a long list (the genre codes) is told without repeating the whole list.
+  constexpr std::string_view kSet = " is not an element of the set {";
+  if (const size_t set = message.find(kSet); set != std::string::npos && message.size() - set > 200)
+    message.replace(set, std::string::npos, " is not one of the values the format allows.");
   findings->push_back({error->line, message, MessageElement(message)});
 }
 

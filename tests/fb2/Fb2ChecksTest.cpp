@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <set>
 
 #include "common/Files.h"
 #include "support/Fb2Validity.h"
@@ -111,6 +113,62 @@ TEST(Fb2Checks, SectionsParagraphsDatesAndVersion) {
       "empty-line is not allowed in p",
   };
   EXPECT_EQ(messages, expected);
+}
+
+// A book broken in many ways, one fault a line: each line number is where a finding must be.
+const char* const kBrokenBook =
+    "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+    "<FictionBook xmlns=\"http://www.gribuser.ru/xml/fictionbook/2.0\" xmlns:l=\"http://www.w3.org/1999/xlink\">\n"
+    "<description><title-info><genre>prose_classic</genre>\n"
+    "<genre>no_such_genre</genre>\n"                                                    // 4: unknown genre
+    "<author><nickname>n</nickname></author><book-title>T</book-title><lang>ru</lang></title-info>\n"
+    "<document-info><author><nickname>n</nickname></author>\n"
+    "<date value=\"22.11.2026\">d</date><id>X</id><version>1.0</version></document-info></description>\n"  // 7
+    "<body>\n"
+    "<section>\n"
+    "<p>a</p>\n"
+    "<title><p>late title</p></title>\n"                                                 // 11: title after text
+    "<p>b</p>\n"
+    "<section><p>inner</p></section>\n"                                                  // 13: sub-section after text
+    "<p>c</p>\n"                                                                         // 14: text after it
+    "<epigraph><p>late epigraph</p></epigraph>\n"                                        // 15
+    "</section>\n"
+    "<section>\n"                                                                        // 17: a picture alone
+    "<image l:href=\"#pic.png\"/>\n"
+    "</section>\n"
+    "<section><p>one<empty-line/>two<empty-line/>three</p>\n"                            // 20: two empty lines
+    "<poem><title><p>no stanza</p></title></poem>\n"                                     // 21
+    "</section>\n"
+    "</body>\n"
+    "<binary id=\"pic.png\" content-type=\"image/png\">AAAA</binary>\n"
+    "</FictionBook>\n";
+
+TEST(Fb2Validate, TellsEveryFaultThePublicSchemaFindsAndThoseItLeavesOut) {
+  const auto findings = ValidateFb2(kBrokenBook, OurSchema());
+  std::set<long> lines;
+  std::string all;
+  for (const auto& f : findings) {
+    lines.insert(f.line);
+    all += "\n  " + std::to_string(f.line) + ": " + f.message;
+  }
+  EXPECT_EQ(lines, (std::set<long>{4, 7, 11, 13, 14, 15, 17, 20, 21})) << all;
+  // Sorted by line; the date told once although both the schema and the checks see it.
+  EXPECT_TRUE(std::is_sorted(findings.begin(), findings.end(),
+                             [](const Fb2Finding& a, const Fb2Finding& b) { return a.line < b.line; }));
+  EXPECT_EQ(std::count_if(findings.begin(), findings.end(), [](const Fb2Finding& f) { return f.line == 7; }), 1) << all;
+  EXPECT_EQ(std::count_if(findings.begin(), findings.end(), [](const Fb2Finding& f) { return f.line == 20; }), 2) << all;
+  // The long list of genre codes is not repeated in the message.
+  EXPECT_LT(findings.front().message.size(), 200u) << findings.front().message;
+
+  // Whatever the public schema reports is reported too, on the same line and element.
+  const auto publicSchema = pw::test::PublicFb2Schema();
+  if (publicSchema.empty()) return;
+  for (const auto& theirs : ValidateFb2Schema(kBrokenBook, publicSchema)) {
+    const bool told = std::any_of(findings.begin(), findings.end(), [&](const Fb2Finding& ours) {
+      return ours.line == theirs.line && ours.element == theirs.element;
+    });
+    EXPECT_TRUE(told) << theirs.line << ": " << theirs.message << all;
+  }
 }
 
 TEST(Fb2Checks, BrokenXmlIsReportedWithItsLine) {

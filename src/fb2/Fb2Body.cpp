@@ -106,7 +106,8 @@ void AddTextAuthor(Section& section, Fb2Block block) {
   for (auto it = section.nodes.rbegin(); it != section.nodes.rend(); ++it) {
     if (it->child) break;
     if (it->block.kind == BlockKind::EmptyLine) continue;
-    if (it->block.kind == BlockKind::Cite || it->block.kind == BlockKind::Poem) host = &it->block;
+    if (it->block.kind == BlockKind::Cite || it->block.kind == BlockKind::Poem || it->block.kind == BlockKind::Epigraph)
+      host = &it->block;
     break;
   }
   if (!host && section.NoContent() && !section.epigraphs.empty()) host = &section.epigraphs.back();
@@ -171,6 +172,23 @@ std::vector<std::unique_ptr<Section>> SectionsFromTitles(std::vector<Fb2Block>& 
   return sections;
 }
 
+// The epigraphs that stand right before `poem` in the section's text (empty lines between them
+// aside) become the poem's own: the book shows a poem's epigraph above its verse.
+void TakeEpigraphsBefore(Section& section, Fb2Block& poem) {
+  size_t first = section.nodes.size();
+  while (first > 0 && !section.nodes[first - 1].child &&
+         (section.nodes[first - 1].block.kind == BlockKind::Epigraph ||
+          section.nodes[first - 1].block.kind == BlockKind::EmptyLine))
+    --first;
+  bool any = false;
+  for (size_t i = first; i < section.nodes.size(); ++i) {
+    if (section.nodes[i].block.kind != BlockKind::Epigraph) continue;
+    poem.epigraphs.push_back(std::move(section.nodes[i].block));
+    any = true;
+  }
+  if (any) section.nodes.resize(first);
+}
+
 // Sections from the book's own marks, nested as marked. A title that does not open its
 // section is written as a subtitle, an epigraph after content as a cite.
 std::unique_ptr<Section> SectionsFromMarks(std::vector<Fb2Block>& blocks) {
@@ -207,11 +225,12 @@ std::unique_ptr<Section> SectionsFromMarks(std::vector<Fb2Block>& blocks) {
         }
         break;
       case BlockKind::Epigraph:
-        if (current != root.get() && current->NoContent()) {
+        if (current->NoContent()) {
+          // At the start of a section, or of the body before its first section.
           current->nodes.clear();
           current->epigraphs.push_back(std::move(block));
         } else {
-          block.kind = BlockKind::Cite;
+          // Elsewhere it is written as a cite, unless a poem follows that can take it.
           current->nodes.push_back(Node{std::move(block), nullptr});
         }
         break;
@@ -219,6 +238,10 @@ std::unique_ptr<Section> SectionsFromMarks(std::vector<Fb2Block>& blocks) {
         AddTextAuthor(*current, std::move(block));
         break;
       case BlockKind::Annotation:
+        break;
+      case BlockKind::Poem:
+        TakeEpigraphsBefore(*current, block);
+        current->nodes.push_back(Node{std::move(block), nullptr});
         break;
       default:
         current->nodes.push_back(Node{std::move(block), nullptr});
@@ -341,12 +364,14 @@ class Writer {
     }
     if (stanzas.back().empty()) stanzas.pop_back();
     if (stanzas.empty()) {
+      for (const auto& epigraph : block.epigraphs) Cite(epigraph);
       for (const auto& line : block.authors) Paragraph("p", line);
-      return !block.authors.empty();
+      return !block.authors.empty() || !block.epigraphs.empty();
     }
     Raw("<poem");
     IdAttribute(block.id);
     Element(">");
+    for (const auto& epigraph : block.epigraphs) Epigraph(epigraph);
     for (const auto& stanza : stanzas) {
       Element("<stanza>");
       for (const auto* line : stanza) Paragraph("v", *line, true);
@@ -422,7 +447,11 @@ std::vector<const Fb2Block*> CleanContent(const std::vector<Node>& nodes, size_t
   }
   while (!out.empty() && out.back()->kind == BlockKind::EmptyLine) out.pop_back();
   if (options.bookForLibrary) {
-    static const Fb2Block kEmpty{BlockKind::EmptyLine, {}, {}, {}, {}};
+    static const Fb2Block kEmpty = [] {
+      Fb2Block empty;
+      empty.kind = BlockKind::EmptyLine;
+      return empty;
+    }();
     std::vector<const Fb2Block*> spaced;
     for (const Fb2Block* block : out) {
       if (!spaced.empty()) {
@@ -626,6 +655,7 @@ Fb2Bodies WriteFb2Bodies(Html0Book& book, const BodyOptions& options, common::Pr
   writer.Title(bodyTitle);
   bool wrote = false;
   if (root) {
+    for (const auto& epigraph : root->epigraphs) writer.Epigraph(epigraph);
     wrote = WriteNodes(writer, root->nodes, options, true);
   } else {
     for (const auto& section : sections) {

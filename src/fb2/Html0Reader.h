@@ -49,6 +49,7 @@ struct Fb2Block {
   std::vector<Fb2Line> lines;
   std::vector<Fb2Line> authors;  // text authors inside an epigraph, cite, poem or annotation
   std::string image;             // picture id of an Image block
+  std::vector<Fb2Block> epigraphs;  // a poem's own epigraphs
 };
 
 struct Fb2Note {

@@ -73,6 +73,7 @@ struct Node {
 
 struct Section {
   std::string id;
+  std::string image;  // of the body only: the picture above its title
   std::vector<Fb2Line> title;
   std::vector<Fb2Block> epigraphs;
   std::vector<Node> nodes;
@@ -189,6 +190,21 @@ void TakeEpigraphsBefore(Section& section, Fb2Block& poem) {
   if (any) section.nodes.resize(first);
 }
 
+// A picture that is all the body holds before its epigraph is the body's own picture, above
+// its title, as a book that opens with a picture, a title and an epigraph has it.
+void TakeBodyPicture(Section& body) {
+  const Node* picture = nullptr;
+  for (const auto& node : body.nodes) {
+    if (node.child || (node.block.kind != BlockKind::EmptyLine && node.block.kind != BlockKind::Image)) return;
+    if (node.block.kind != BlockKind::Image) continue;
+    if (picture) return;
+    picture = &node;
+  }
+  if (!picture || !body.image.empty()) return;
+  body.image = picture->block.image;
+  body.nodes.clear();
+}
+
 // Sections from the book's own marks, nested as marked. A title that does not open its
 // section is written as a subtitle, an epigraph after content as a cite.
 std::unique_ptr<Section> SectionsFromMarks(std::vector<Fb2Block>& blocks) {
@@ -225,6 +241,7 @@ std::unique_ptr<Section> SectionsFromMarks(std::vector<Fb2Block>& blocks) {
         }
         break;
       case BlockKind::Epigraph:
+        if (current == root.get()) TakeBodyPicture(*root);
         if (current->NoContent()) {
           // At the start of a section, or of the body before its first section.
           current->nodes.clear();
@@ -642,8 +659,17 @@ Fb2Bodies WriteFb2Bodies(Html0Book& book, const BodyOptions& options, common::Pr
   Writer writer(options, ids);
   writer.Raw("<body>");
   writer.Break();
-  if (!book.leadImage.empty()) {
-    writer.Raw("<image l:href=\"#" + book.leadImage + "\"/>");
+  if (root && !root->image.empty() && !book.leadImage.empty()) {
+    // The body has its picture already: the other one goes back into the text.
+    Node node;
+    node.block.kind = BlockKind::Image;
+    node.block.image = std::move(root->image);
+    root->image.clear();
+    root->nodes.insert(root->nodes.begin(), std::move(node));
+  }
+  const std::string& leadImage = !book.leadImage.empty() || !root ? book.leadImage : root->image;
+  if (!leadImage.empty()) {
+    writer.Raw("<image l:href=\"#" + leadImage + "\"/>");
     writer.Break();
   }
   std::vector<Fb2Line> bodyTitle;

@@ -146,6 +146,24 @@ void CheckFolder(const fs::path& folder, const Expected& expected) {
   EXPECT_GT(books, 0u);
 }
 
+// Books made for the round trip: six levels of sections with pictures, notes and a style sheet;
+// a Russian book in windows-1251 with every block element; a library fixture with empty
+// sections and sections holding only their heading.
+TEST(Fb2RoundTrip, BooksOfEveryShape) {
+  const Expected expected = {
+      // The text standing before the sub-sections of "Level one" and "Level three" gets a
+      // section of its own: a section holds text or sub-sections, not both.
+      {"six-levels.fb2",
+       {"sections: 8 became 10", "sections[1]: '2|Level two' became '2|'",
+        "sections[2]: '3|Level three' became '2|Level two'", "sections[3]: '4|Level four' became '3|Level three'"}},
+      // The two empty sections are not written.
+      {"empty-sections.fb2",
+       {"sections: 7 became 5", "sections[1]: '1|' became '1|Title alone'", "sections[2]: '1|Title alone' became '1|'",
+        "sections[3]: '1|' became '1|Holder'"}},
+  };
+  CheckFolder(pw::test::DataPath("fb2/roundtrip"), expected);
+}
+
 TEST(Fb2RoundTrip, SmallBooksOfTheImportTests) {
   const Expected expected = {
       // The picture before the book's title gets a section of its own; the made-up JPEG is not a

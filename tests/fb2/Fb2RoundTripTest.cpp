@@ -5,6 +5,7 @@
 #include <map>
 
 #include "Fb2Outline.h"
+#include "common/CodePage.h"
 #include "common/Files.h"
 #include "fb2/Fb2Export.h"
 #include "fb2/Fb2Import.h"
@@ -30,6 +31,7 @@ struct RoundTrip {
   bool imported = false;
   bool exported = false;
   std::string fb2;
+  std::vector<std::string> skipped;   // what the import told it left out or mended
   std::vector<std::string> findings;  // schema and structure findings of the written FB2
   std::vector<std::string> diffs;
   test::Fb2Outline before;
@@ -52,6 +54,7 @@ RoundTrip ThereAndBack(std::string_view source, bool sectionMode) {
   importOptions.makeContents = false;
   const Fb2ImportResult imported = ConvertFb2ToHtml0(source, session, importOptions);
   trip.imported = imported.ok;
+  trip.skipped = imported.skipped;
   if (!imported.ok) return trip;
   std::string book = imported.html0;
   markup::CutFb2Description(book);
@@ -116,6 +119,52 @@ TEST(Fb2RoundTrip, EveryElementKeepsItsStructure) {
     EXPECT_TRUE(trip.findings.empty()) << Lines(trip.findings);
     EXPECT_TRUE(trip.diffs.empty()) << (sectionMode ? "section mode" : "titles only") << Lines(trip.diffs) << "\n"
                                     << trip.fb2;
+  }
+}
+
+// Broken files open as far as they can be read, say what was left out or mended, and are
+// written again as valid FB2 with the text that could be read.
+TEST(Fb2RoundTrip, BrokenBooksOpenAsFarAsTheyCanBeRead) {
+  const std::string head =
+      "<FictionBook xmlns=\"http://www.gribuser.ru/xml/fictionbook/2.0\" xmlns:l=\"http://www.w3.org/1999/xlink\">"
+      "<description><title-info><genre>prose_classic</genre><author><nickname>n</nickname></author>"
+      "<book-title>Broken</book-title><lang>ru</lang></title-info></description>";
+  const std::string utf8Decl = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+  const std::string cp1251Decl = "<?xml version=\"1.0\" encoding=\"windows-1251\"?>\n";
+  struct Broken {
+    const char* what;
+    std::string bytes;
+    std::vector<std::string> kept;  // words that must come back
+    bool told;                      // the import says what it left out or mended
+  };
+  const std::vector<Broken> books = {
+      {"not well-formed", utf8Decl + head + "<body><section><p>Fish & chips <b>bold</p><p>Second<section><p>Deep",
+       {"Fish", "chips", "bold", "Second", "Deep"}, true},
+      {"undeclared entities", utf8Decl + head + "<body><section><p>Version &Program; here&mdash;there</p></section></body></FictionBook>",
+       {"Version", "here", "there"}, true},
+      {"damaged base64", utf8Decl + head +
+           "<body><section><p>Picture follows.</p><image l:href=\"#p.png\"/><p>After.</p></section></body>"
+           "<binary id=\"p.png\" content-type=\"image/png\">iVBO!!Rw0K\n##GgoAAAANSUhEUg==junk</binary></FictionBook>",
+       {"Picture", "follows", "After"}, true},
+      {"windows-1251 declared, UTF-8 written", cp1251Decl + head +
+           "<body><section><p>Привет, мир</p></section></body></FictionBook>",
+       {"Привет", "мир"}, true},
+      {"UTF-8 declared, windows-1251 written",
+       utf8Decl + head + common::EncodeFromUtf8("<body><section><p>Привет, мир</p></section></body></FictionBook>",
+                                                common::CodePage::Win1251),
+       {"Привет", "мир"}, true},
+      {"cut off in the middle", utf8Decl + head + "<body><section><title><p>Head</p></title><p>Half a sent",
+       {"Head", "Half"}, true},
+  };
+  for (const Broken& book : books) {
+    const RoundTrip trip = ThereAndBack(book.bytes, true);
+    ASSERT_TRUE(trip.imported && trip.exported) << book.what;
+    EXPECT_TRUE(trip.findings.empty()) << book.what << Lines(trip.findings);
+    for (const std::string& word : book.kept) EXPECT_NE(trip.fb2.find(word), std::string::npos) << book.what << ": " << word;
+    if (book.told) {
+      EXPECT_FALSE(trip.skipped.empty()) << book.what;
+    }
+    std::cout << "[broken] " << book.what << ":" << Lines(trip.skipped) << "\n";
   }
 }
 

@@ -46,6 +46,18 @@ std::string WithBody(std::string_view body) {
   return Assemble(parts);
 }
 
+// The minimal book with `binaries` after its body, or `stylesheet` before its description.
+std::string WithBinaries(std::string_view binaries) {
+  Parts parts;
+  parts.after = binaries;
+  return Assemble(parts);
+}
+std::string WithStylesheet(std::string_view stylesheet) {
+  Parts parts;
+  parts.beforeDescription = stylesheet;
+  return Assemble(parts);
+}
+
 std::string InSection(std::string_view content) { return WithBody("<body><section>" + std::string(content) + "</section></body>"); }
 
 // The minimal book with one text replaced.
@@ -142,11 +154,7 @@ std::vector<Case> ValidBooks() {
       {"a cite of text authors only", true, InSection("<cite><text-author>a</text-author></cite>")},
       {"an empty epigraph", true, InSection("<epigraph/><p>x</p>")},
       {"a description without its optional parts, date without value", true, Changed("<date value=\"2026-11-23\">", "<date>")},
-      {"a binary with blanks in its base64", true, Assemble([] {
-         Parts p;
-         p.after = "<binary id=\"b\" content-type=\"x\">QUJD\n REVG </binary>";
-         return p;
-       }())},
+      {"a binary with blanks in its base64", true, WithBinaries("<binary id=\"b\" content-type=\"x\">QUJD\n REVG </binary>")},
   };
 }
 
@@ -186,13 +194,8 @@ std::vector<Case> InvalidBooks() {
          xml.insert(xml.find("</FictionBook>"), description);
          return xml;
        }()},
-      {"a binary before the body", false, [] {
-         Parts p;
-         p.afterDocumentInfo = "";
-         std::string xml = Assemble(p);
-         xml.insert(xml.find("<body>"), "<binary id=\"b\" content-type=\"x\">QUJD</binary>");
-         return xml;
-       }()},
+      {"a binary before the body", false,
+       Changed("<body>", "<binary id=\"b\" content-type=\"x\">QUJD</binary><body>")},
       // Poems.
       {"a poem without a stanza", false, InSection("<poem><title><p>t</p></title></poem>")},
       {"an empty poem", false, InSection("<poem/>")},
@@ -284,26 +287,10 @@ std::vector<Case> InvalidBooks() {
       {"a cell aligned vertically to the left", false, InSection("<table><tr><td valign=\"left\">x</td></tr></table>")},
       {"a cell spanning half a column", false, InSection("<table><tr><td colspan=\"1.5\">x</td></tr></table>")},
       // Binaries and the root.
-      {"a binary without an id", false, Assemble([] {
-         Parts p;
-         p.after = "<binary content-type=\"x\">QUJD</binary>";
-         return p;
-       }())},
-      {"a binary without a content type", false, Assemble([] {
-         Parts p;
-         p.after = "<binary id=\"b\">QUJD</binary>";
-         return p;
-       }())},
-      {"a binary whose base64 is damaged", false, Assemble([] {
-         Parts p;
-         p.after = "<binary id=\"b\" content-type=\"x\">QUJ*</binary>";
-         return p;
-       }())},
-      {"a stylesheet without a type", false, Assemble([] {
-         Parts p;
-         p.beforeDescription = "<stylesheet>p{}</stylesheet>";
-         return p;
-       }())},
+      {"a binary without an id", false, WithBinaries("<binary content-type=\"x\">QUJD</binary>")},
+      {"a binary without a content type", false, WithBinaries("<binary id=\"b\">QUJD</binary>")},
+      {"a binary whose base64 is damaged", false, WithBinaries("<binary id=\"b\" content-type=\"x\">QUJ*</binary>")},
+      {"a stylesheet without a type", false, WithStylesheet("<stylesheet>p{}</stylesheet>")},
       {"a section as the root", false,
        "<?xml version=\"1.0\"?><section xmlns=\"http://www.gribuser.ru/xml/fictionbook/2.0\"><p>x</p></section>"},
       {"a book in no namespace", false, [] {

@@ -33,12 +33,12 @@ struct Stage {
 
 using Model = std::span<const Stage>;
 
-const std::vector<std::string_view> kInline = {"strong", "emphasis", "style",  "a",    "strikethrough",
-                                                             "sub",    "sup",      "code",   "image"};
+const std::vector<std::string_view> kInline = {"strong", "emphasis", "style", "a",    "strikethrough",
+                                               "sub",    "sup",      "code",  "image"};
+// Inside a link: no other link.
 const std::vector<std::string_view> kLinkInline = {"strong", "emphasis", "style", "strikethrough",
-                                                                 "sub",    "sup",      "code",  "image"};
-const std::vector<std::string_view> kText = {"p",    "image",      "poem", "subtitle",
-                                                           "cite", "empty-line", "table"};
+                                                   "sub",    "sup",      "code",  "image"};
+const std::vector<std::string_view> kText = {"p", "image", "poem", "subtitle", "cite", "empty-line", "table"};
 
 const Stage kSectionHead[] = {{{"title"}}, {{"epigraph"}, 0, kMany}, {{"image"}}, {{"annotation"}}};
 const Stage kBody[] = {{{"image"}}, {{"title"}}, {{"epigraph"}, 0, kMany}, {{"section"}, 1, kMany}};
@@ -87,7 +87,8 @@ class OrderCheck {
  public:
   OrderCheck(const xmlNode* element, std::vector<Fb2Finding>& findings) : element_(element), findings_(findings) {}
 
-  // Runs `children` through `model` from stage `stage`; returns the stage reached.
+  // Runs `children` through `model`, one finding for each child out of place and for each
+  // required child missing.
   void Run(Model model, std::span<const xmlNode* const> children) {
     size_t stage = 0;
     int count = 0;
@@ -170,8 +171,8 @@ void CheckSection(const xmlNode* section, std::vector<Fb2Finding>& findings) {
                            " it needs a paragraph, poem, subtitle, cite, empty-line, table or sub-section");
     return;
   }
-  const Stage head{{"title", "epigraph", "image", "annotation"}};
-  const Stage text{kText};
+  static const Stage head{{"title", "epigraph", "image", "annotation"}};
+  static const Stage text{kText};
   const bool subSections = NameOf(children[next]) == "section";
   // Mixed text and sub-sections are told where one kind gives way to the other.
   bool sectionsBefore = subSections, started = false;

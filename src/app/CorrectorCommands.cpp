@@ -6,12 +6,19 @@
 #include <memory>
 
 #include "app/Commands.h"
+#include "app/TerminalProgress.h"
 #include "common/Files.h"
 #include "common/Progress.h"
 #include "corrector/CleanUpRules.h"
 #include "corrector/Hyphenation.h"
 #include "corrector/ParagraphEnds.h"
+#include "corrector/ParagraphLists.h"
 #include "corrector/RuleFile.h"
+#include "shell/BatchConvert.h"
+#include "shell/BookOutput.h"
+#include "shell/InstanceFile.h"
+#include "shell/SettingsFile.h"
+#include "shell/WorkshopFolder.h"
 
 namespace pw::app {
 namespace {
@@ -24,10 +31,11 @@ struct CorrectorOptions {
   std::string rules;
   std::string comment;
   std::string codePage = "Win1251";
-  std::string ends{corrector::kDefaultParagraphEnds};
-  std::string language = "Russian";
+  std::string ends;       // empty: the saved setting
+  std::string list = "badends";
+  std::string language = "auto";
+  std::string home;
   bool remove = false;
-  bool plainDiv = false;
 };
 
 int Fail(const std::string& message) {
@@ -99,23 +107,86 @@ int ImportRules(const CorrectorOptions& options) {
   return 0;
 }
 
+// The workshop folder and the saved settings, as `convert` uses them.
+struct BookJob {
+  shell::WorkshopFolder workshop;
+  common::Settings settings;
+};
+
+bool OpenBookJob(const CorrectorOptions& options, BookJob& job) {
+  job.workshop = shell::WorkshopFolder{shell::ResolveWorkshopFolder(options.home)};
+  shell::RestoreSettings(job.workshop.settingsFile(), job.settings);
+  if (!shell::PrepareWorkshopFolder(job.workshop, shell::ShippedDataFolder())) {
+    Fail(std::string(common::MessageText(common::Msg::ErrorWritingFile, job.settings.interfaceLanguage)) +
+         job.workshop.root.string());
+    return false;
+  }
+  return true;
+}
+
+constexpr std::pair<std::string_view, std::string_view> kListTitles[] = {
+    {"badends", "bad sentence ends"},
+    {"short", "short paragraphs"},
+    {"empty", "empty paragraphs"},
+    {"lowercase", "lower-case starts"},
+};
+
+// Any book `convert` reads is converted first; the paragraphs of the working document are listed.
 int Check(const CorrectorOptions& options) {
-  std::string book;
-  if (!common::ReadWholeFile(options.input, book)) return Fail("cannot read " + options.input);
+  corrector::ParagraphCheck check;
+  if (!corrector::ParseParagraphCheck(options.list, check)) return Fail("unknown list: " + options.list);
+  BookJob job;
+  if (!OpenBookJob(options, job)) return 1;
   corrector::ParagraphEnds ends;
-  ends.Set(options.ends, BookCodePage(options.codePage));
-  const auto suspects = corrector::FindBadSentenceEnds(book, ends.decoded);
-  std::cout << "bad sentence ends: " << suspects.size() << "\n";
-  for (const auto& suspect : suspects) std::cout << suspect.index << '\t' << suspect.shown << '\n';
+  ends.Set(options.ends.empty() ? job.settings.validParagraphEnds : options.ends, BookCodePage(options.codePage));
+  TerminalBatchView view(1, false);
+  shell::InstanceRegistration instance(job.workshop.instanceFile(), job.workshop.temp());
+  std::vector<corrector::SuspectParagraph> listed;
+  common::NullProgress progress;
+  const bool ok = shell::ReadBookDocument(options.input, job.workshop, instance.serial(), job.settings, view.Sink(),
+                                          progress, [&](const std::string& document) {
+                                            listed = corrector::ListParagraphs(document, check, ends.decoded);
+                                          });
+  instance.Unregister();
+  std::error_code ignored;
+  fs::remove(job.workshop.inputCopy() / ("tmp" + std::to_string(instance.serial())), ignored);
+  fs::remove(job.workshop.instanceFolder(instance.serial()), ignored);
+  if (!ok) return 1;
+  for (const auto& [name, title] : kListTitles)
+    if (name == options.list) std::cout << title << ": " << listed.size() << "\n";
+  for (const auto& suspect : listed) std::cout << suspect.index << '\t' << suspect.shown << '\n';
   return 0;
 }
 
+// Any book `convert` reads is converted first and written in the form the output's extension
+// names, with soft hyphens put in (or, with --remove, taken out).
 int Hyphenate(const CorrectorOptions& options) {
-  common::NullProgress progress;
-  return Transform(options, [&](const std::string& book) {
-    if (options.remove) return corrector::RemoveHyphenations(book);
-    return corrector::InsertHyphenations(book, options.plainDiv, options.language, progress);
-  });
+  const std::string extension = common::LowerExtension(fs::path(options.output));
+  if (extension != "html0" && extension != "html" && extension != "htm" && extension != "fb2")
+    return Fail("the hyphenated book is written as .html0, .html or .fb2, not as " + options.output);
+  BookJob job;
+  if (!OpenBookJob(options, job)) return 1;
+  shell::BatchRequest request;
+  request.inputs = {options.input};
+  request.output = options.output;
+  if (options.remove) {
+    request.correct = [](std::string& document, common::Progress&) {
+      document = corrector::RemoveHyphenations(document);
+    };
+  } else {
+    request.hyphenate = options.language;
+  }
+  shell::BatchPlan plan;
+  std::string error;
+  if (!shell::PlanBatch(request, job.settings.interfaceLanguage, plan, error)) return Fail(error);
+  TerminalBatchView view(1, false);
+  shell::InstanceRegistration instance(job.workshop.instanceFile(), job.workshop.temp());
+  const size_t failures = shell::RunBatch(plan, request, job.workshop, instance.serial(), job.settings, view);
+  instance.Unregister();
+  std::error_code ignored;
+  fs::remove(job.workshop.inputCopy() / ("tmp" + std::to_string(instance.serial())), ignored);
+  fs::remove(job.workshop.instanceFolder(instance.serial()), ignored);
+  return failures == 0 ? 0 : 1;
 }
 
 }  // namespace
@@ -143,19 +214,28 @@ void RegisterCorrectorCommands(CLI::App& app, CommandAction& action) {
       ->check(CLI::ExistingFile);
   import->callback([&action, options] { action = [options] { return ImportRules(*options); }; });
 
-  auto* check = app.add_subcommand("check", "List paragraphs that do not end in a good paragraph end");
+  auto* check = app.add_subcommand(
+      "check", "List suspect paragraphs of a book (any input convert reads): bad sentence ends, short, empty, "
+               "or starting in lower case");
   check->add_option("INPUT", options->input, "Book to check")->required()->check(CLI::ExistingFile);
-  check->add_option("--ends", options->ends, "Good paragraph ends, chr() and uni() notations allowed (default .?!;:chr(133))");
+  check->add_option("--ends", options->ends,
+                    "Good paragraph ends, chr() and uni() notations allowed (default: the saved setting, .?!;:chr(133))");
+  check->add_option("--list", options->list, "Which list: badends (default), short, empty, lowercase")
+      ->check(CLI::IsMember({"badends", "short", "empty", "lowercase"}));
   check->add_option("--codepage", options->codePage, "Book code page for chr() notations (default Win1251)");
+  check->add_option("--home", options->home, "Workshop folder (default: $PAGEWRIGHT_HOME, else the per-user data folder)");
   check->callback([&action, options] { action = [options] { return Check(*options); }; });
 
-  auto* hyphenate = app.add_subcommand("hyphenate", "Put soft hyphens into the words of a book's paragraphs");
+  auto* hyphenate = app.add_subcommand(
+      "hyphenate", "Put soft hyphens into the words of a book's paragraphs (any input convert reads)");
   hyphenate->add_option("INPUT", options->input, "Book to hyphenate")->required()->check(CLI::ExistingFile);
-  hyphenate->add_option("-o,--output", options->output, "Hyphenated book to write")->required();
+  hyphenate->add_option("-o,--output", options->output, "Hyphenated book to write: .html0, .html or .fb2")->required();
   hyphenate->add_option("--lang", options->language,
-                        "Book language: Russian (default), English, Spanish, German, French, Polish, Czech");
+                        "Book language: auto (default, told from the text), Russian, English, Spanish, German, French, "
+                        "Polish, Czech")
+      ->check(CLI::IsMember({"auto", "Russian", "English", "Spanish", "German", "French", "Polish", "Czech"}));
   hyphenate->add_flag("--remove", options->remove, "Only remove the soft hyphens already there");
-  hyphenate->add_flag("--plain-div", options->plainDiv, "Paragraphs are <DIV> elements rather than <DIV align=justify>");
+  hyphenate->add_option("--home", options->home, "Workshop folder (default: $PAGEWRIGHT_HOME, else the per-user data folder)");
   hyphenate->callback([&action, options] { action = [options] { return Hyphenate(*options); }; });
 }
 

@@ -10,6 +10,7 @@
 #include <random>
 
 #include "app/WebFiles.h"
+#include "app/CorrectorRoutes.h"
 #include "common/Files.h"
 #include "common/Session.h"
 #include "common/Text.h"
@@ -235,6 +236,9 @@ void WorkshopServer::Routes() {
     std::lock_guard lock(bookMutex_);
     PublishBookState();
   });
+
+  AddCorrectorRoutes(server, *this);
+  AddSettingsRoutes(server, *this);
 
   // The page and its files.
   server.Get("/", [this](const httplib::Request&, httplib::Response& response) {

@@ -115,6 +115,9 @@ class WorkshopServer {
   std::string Address() const;
   shell::Shell& shell() { return *shell_; }
   PageEditor& editor() { return editor_; }
+  PageChannel& channel() { return channel_; }
+  // Held by every command on the book: one at a time.
+  std::mutex& bookMutex() { return bookMutex_; }
 
  private:
   void Routes();

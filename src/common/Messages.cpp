@@ -116,6 +116,13 @@ constexpr std::array kMessages{
     MessageRow{Msg::EmptyBookNothingToRead, "Empty book: nothing to read", "Пустая книга: читать нечего"},
     MessageRow{Msg::ToolMissing, "cannot convert: the program this format needs is not installed: ",
                "невозможно преобразовать: не установлена программа, нужная для этого формата: "},
+    MessageRow{Msg::AuthorTitleBadSelection,
+               "author title: select the book author and the book title (two lines, or one line "
+               "\"Author. Title\")",
+               "автор и название: выделите автора и название книги (две строки или одну строку "
+               "\"Автор. Название\")"},
+    MessageRow{Msg::NoFollowingParagraph, "no paragraph follows this one directly - nothing to join",
+               "сразу за этим абзацем нет абзаца - соединять нечего"},
 };
 static_assert(kMessages.size() == static_cast<size_t>(Msg::Count_),
               "every message needs its row");

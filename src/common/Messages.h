@@ -61,6 +61,8 @@ enum class Msg {
   SectionsInserted,         // count + the text
   EmptyBookNothingToRead,
   ToolMissing,              // + program name
+  AuthorTitleBadSelection,
+  NoFollowingParagraph,
   Count_                    // keep last
 };
 

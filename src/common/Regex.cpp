@@ -158,7 +158,7 @@ void AppendReplacement(std::string& out, std::string_view text, std::string_view
 }
 
 bool Replace(std::string& text, std::string_view pattern, std::string_view replacement,
-             bool caseSensitive, bool all, std::string* error) {
+             bool caseSensitive, bool all, std::string* error, size_t* count = nullptr) {
   const CodePtr code = Cache().Get(pattern, caseSensitive, error);
   if (!code) return false;
   std::string out;
@@ -168,12 +168,16 @@ bool Replace(std::string& text, std::string_view pattern, std::string_view repla
   const bool ok = ForEachMatch(code, source, 0, error, [&](const PCRE2_SIZE* ovector, size_t pairs) {
     if (!any) out.reserve(source.size());
     any = true;
+    if (count) ++*count;
     out.append(source, copied, ovector[0] - copied);
     AppendReplacement(out, source, replacement, ovector, pairs);
     copied = ovector[1];
     return all;
   });
-  if (!ok) return false;
+  if (!ok) {
+    if (count) *count = 0;
+    return false;
+  }
   if (any) {
     out.append(source, copied, source.size() - copied);
     text = std::move(out);
@@ -184,8 +188,9 @@ bool Replace(std::string& text, std::string_view pattern, std::string_view repla
 }  // namespace
 
 bool RegExpReplaceAll(std::string& text, std::string_view pattern, std::string_view replacement,
-                      bool caseSensitive, std::string* error) {
-  return Replace(text, pattern, replacement, caseSensitive, true, error);
+                      bool caseSensitive, std::string* error, size_t* count) {
+  if (count) *count = 0;
+  return Replace(text, pattern, replacement, caseSensitive, true, error, count);
 }
 
 bool RegExpReplaceFirst(std::string& text, std::string_view pattern, std::string_view replacement,

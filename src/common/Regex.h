@@ -10,9 +10,9 @@ namespace pw::common {
 
 // Replaces every non-overlapping match of `pattern` in `text`, in place.
 // Returns false and fills `error` (when given) on a bad pattern or when the match limit is hit;
-// `text` is then left unchanged.
+// `text` is then left unchanged. `count`, when given, receives the number of replacements.
 bool RegExpReplaceAll(std::string& text, std::string_view pattern, std::string_view replacement,
-                      bool caseSensitive, std::string* error = nullptr);
+                      bool caseSensitive, std::string* error = nullptr, size_t* count = nullptr);
 
 // Replaces only the first match, in place. Same error rules.
 bool RegExpReplaceFirst(std::string& text, std::string_view pattern, std::string_view replacement,

@@ -26,6 +26,7 @@ std::string ApplyCleanUpRules(std::string_view text, const std::vector<CleanUpRu
                               common::CodePage bookCodePage, common::Progress& progress,
                               CleanUpReport* report) {
   std::string result(text);
+  if (report) report->counts.assign(rows.size(), 0);
   for (size_t i = 0; i < rows.size(); ++i) {
     const CleanUpRule& row = rows[i];
     progress.Status("...user-defined book clean up... " + std::to_string(i + 1));
@@ -35,25 +36,42 @@ std::string ApplyCleanUpRules(std::string_view text, const std::vector<CleanUpRu
     if (row.RegExp) {
       progress.Status("user clean-up: RegExp " + row.RepWhat + " -> " + row.RepBy);
       std::string error;
-      if (!common::RegExpReplaceAll(result, row.RepWhat, row.RepBy, row.Case, &error) && report)
+      size_t count = 0;
+      if (!common::RegExpReplaceAll(result, row.RepWhat, row.RepBy, row.Case, &error, &count) && report)
         report->errors.push_back("row " + std::to_string(i + 1) + ": " + row.RepWhat + ": " + error);
+      if (report) report->counts[i] = count;
       continue;
     }
 
     const std::string what = common::DecodeCharNotation(row.RepWhat, bookCodePage);
     std::string_view symbol;
     if (RepeatedSymbol(what, symbol)) {
-      if (!symbol.empty()) common::CollapseRepeats(result, symbol, row.Case);
+      if (!symbol.empty()) {
+        const size_t before = result.size();
+        common::CollapseRepeats(result, symbol, row.Case);
+        if (report) report->counts[i] = (before - result.size()) / symbol.size();
+      }
       continue;
     }
 
     const std::string by = common::DecodeCharNotation(row.RepBy, bookCodePage);
     progress.Status("user clean-up: replacing " + row.RepWhat + " -> " + row.RepBy);
-    if (row.Case) common::ReplaceAllInPlace(result, what, by);
-    else common::ReplaceAllCaselessInPlace(result, what, by);
+    const size_t count =
+        row.Case ? common::ReplaceAllInPlace(result, what, by) : common::ReplaceAllCaselessInPlace(result, what, by);
+    if (report) report->counts[i] = count;
   }
   progress.Percent(100);
   return result;
+}
+
+std::vector<RuleProblem> ValidateRules(const std::vector<CleanUpRule>& rows) {
+  std::vector<RuleProblem> problems;
+  for (size_t i = 0; i < rows.size(); ++i) {
+    if (!rows[i].Enabled || !rows[i].RegExp || rows[i].RepWhat.empty()) continue;
+    std::string error;
+    if (!common::RegExpIsValid(rows[i].RepWhat, &error)) problems.push_back({i, error});
+  }
+  return problems;
 }
 
 std::string FlattenLineBreaks(std::string_view text) {

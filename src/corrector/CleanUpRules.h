@@ -32,10 +32,22 @@ struct CleanUpTable {
 };
 
 // Errors met while applying rules: a regular expression that does not compile or that costs
-// too much on this text. The row is skipped and the rest still run.
+// too much on this text. The row is skipped and the rest still run. `counts` holds, for each
+// row of the table, how many replacements it made (for a keyword row: how many repeated
+// symbols it removed).
 struct CleanUpReport {
   std::vector<std::string> errors;
+  std::vector<size_t> counts;
 };
+
+// A regular-expression row whose pattern does not compile, with the engine's message.
+struct RuleProblem {
+  size_t row = 0;  // 0-based
+  std::string message;
+};
+
+// Checks the patterns of the enabled expression rows before anything runs.
+std::vector<RuleProblem> ValidateRules(const std::vector<CleanUpRule>& rows);
 
 // Runs the enabled rows in table order over `text` and returns the result. Literal rows and
 // the keyword rows decode the character notations of their texts with `bookCodePage`;

@@ -8,8 +8,9 @@ namespace {
 
 constexpr std::string_view kParagraphOpen = "<DIV align=justify>";
 
-// The text of a paragraph's HTML: tags removed, "&nbsp;" as a blank, other entities kept.
-std::string ParagraphText(std::string_view html, std::string_view indentMarker) {
+}  // namespace
+
+std::string ParagraphPlainText(std::string_view html, std::string_view indentMarker) {
   std::string text;
   text.reserve(html.size());
   bool inTag = false;
@@ -26,8 +27,6 @@ std::string ParagraphText(std::string_view html, std::string_view indentMarker) 
   common::ReplaceAllInPlace(text, "\u00A0", " ");
   return std::string(common::Trim(text));
 }
-
-}  // namespace
 
 void ParagraphEnds::Set(std::string_view text, common::CodePage bookCodePage) {
   typed = text;
@@ -64,7 +63,7 @@ std::vector<SuspectParagraph> FindBadSentenceEnds(std::string_view book, std::st
     const size_t start = open + kParagraphOpen.size();
     size_t end = book.find("</DIV>", start);
     if (end == std::string_view::npos) end = book.size();
-    const std::string text = ParagraphText(book.substr(start, end - start), indentMarker);
+    const std::string text = ParagraphPlainText(book.substr(start, end - start), indentMarker);
     if (text.empty()) continue;
     const std::string last = common::LastChar(text);
     if (decodedEnds.find(last) != std::string_view::npos) continue;

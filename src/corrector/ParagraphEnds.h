@@ -32,6 +32,10 @@ struct SuspectParagraph {
 // the last 15 (characters, not bytes).
 std::string ShortenForList(std::string_view text);
 
+// The text of a paragraph's inner HTML: tags removed, "&nbsp;" and the indent marker as
+// blanks, other entities kept, trimmed.
+std::string ParagraphPlainText(std::string_view html, std::string_view indentMarker = "&nbsp;");
+
 // Walks the paragraphs ("<DIV align=justify>" elements) of `book` in order and lists those
 // whose text, with tags removed, entities of blanks turned into blanks and trimmed, is not
 // empty and does not end in one of `decodedEnds`. `indentMarker` is the book's paragraph

@@ -1,5 +1,7 @@
 #include "corrector/RuleTableEditing.h"
 
+#include <algorithm>
+
 namespace pw::corrector {
 
 bool CleanUpTableEditor::Valid(const std::optional<RowSelection>& selection) const {
@@ -49,6 +51,18 @@ std::optional<common::Msg> CleanUpTableEditor::PasteRows(Where where, std::optio
     at = where == Where::Before ? selection->first : selection->last + 1;
   }
   rows.insert(rows.begin() + static_cast<std::ptrdiff_t>(at), clipboard_.begin(), clipboard_.end());
+  changed_ = true;
+  return std::nullopt;
+}
+
+std::optional<common::Msg> CleanUpTableEditor::MoveRows(bool up, std::optional<RowSelection> selection) {
+  if (!Valid(selection)) return common::Msg::CleanUpBadSelection;
+  auto& rows = table_.rows;
+  const auto first = rows.begin() + static_cast<std::ptrdiff_t>(selection->first);
+  const auto last = rows.begin() + static_cast<std::ptrdiff_t>(selection->last + 1);
+  if (up && first != rows.begin()) std::rotate(first - 1, first, last);
+  else if (!up && last != rows.end()) std::rotate(first, last, last + 1);
+  else return std::nullopt;
   changed_ = true;
   return std::nullopt;
 }

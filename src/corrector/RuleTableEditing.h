@@ -32,8 +32,14 @@ class CleanUpTableEditor {
   // Pastes the clipboard before or after the selected row.
   std::optional<common::Msg> PasteRows(Where where, std::optional<RowSelection> selection);
 
+  // Moves the selected rows one place up or down; at the table's edge they stay.
+  std::optional<common::Msg> MoveRows(bool up, std::optional<RowSelection> selection);
+
   void CheckAll(bool enabled);
   void Clear();
+
+  // The rows cut or copied before, when the clipboard outlives the editor (the page keeps it).
+  void SetClipboard(std::vector<CleanUpRule> rows) { clipboard_ = std::move(rows); }
 
   bool changed() const { return changed_; }
   const std::vector<CleanUpRule>& clipboard() const { return clipboard_; }

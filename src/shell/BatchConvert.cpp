@@ -56,7 +56,7 @@ bool ConvertOne(const PlannedBook& planned, size_t index, const BookWriter& writ
     messages.Show(common::Msg::ErrorProcessingFile, ": " + planned.input);
     ok = false;
   }
-  if (ok && (!request.hyphenate.empty() || (!settings.cleanUpOutput.empty() &&
+  if (ok && (!request.hyphenate.empty() || request.correct || (!settings.cleanUpOutput.empty() &&
                                               settings.cleanUpOutput != corrector::kNoRuleFile))) {
     // The book as the user would correct it before writing: the "output" clean-up slot, then
     // soft hyphens in its paragraphs.
@@ -69,6 +69,7 @@ bool ConvertOne(const PlannedBook& planned, size_t index, const BookWriter& writ
       if (language == "auto") language = import::DetectLanguage(document.substr(0, 200000));
       document = corrector::InsertHyphenations(document, false, language, progress);
     }
+    if (request.correct) request.correct(document, progress);
   }
   if (ok) {
     OutputJob job{document, session.bookFolder(), session.header(), planned.output, request.compress,
@@ -126,6 +127,25 @@ bool PlanBatch(const BatchRequest& request, common::Language language, BatchPlan
     plan.books.push_back(std::move(book));
   }
   return true;
+}
+
+bool ReadBookDocument(const std::string& input, const WorkshopFolder& workshop, int serial,
+                      const common::Settings& base, common::MessageSink& sink, common::Progress& progress,
+                      const std::function<void(const std::string& document)>& use) {
+  common::Settings settings = base;
+  common::Messages messages(sink, settings.interfaceLanguage);
+  HeadlessEditor editor;
+  BookSession session(workshop, serial, settings, editor, messages, progress);
+  session.SetRememberBooks(false);
+  bool ok = session.PrepareBook(input);
+  std::string document;
+  if (ok && !editor.Document(document)) {
+    messages.Show(common::Msg::ErrorProcessingFile, ": " + input);
+    ok = false;
+  }
+  if (ok) use(document);
+  session.RemoveScratch();
+  return ok;
 }
 
 size_t RunBatch(const BatchPlan& plan, const BatchRequest& request, const WorkshopFolder& workshop, int serial,

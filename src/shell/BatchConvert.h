@@ -5,6 +5,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,6 +25,9 @@ struct BatchRequest {
   unsigned jobs = 1;
   std::string hyphenate;  // empty: no hyphenation; a language name, or "auto" for the text's own
   Fb2Request fb2;
+  // A last correction of each converted book before it is written (after the "output" slot
+  // and the hyphenation); none when empty.
+  std::function<void(std::string& document, common::Progress& progress)> correct;
 };
 
 struct PlannedBook {
@@ -57,5 +61,12 @@ class BatchObserver {
 // Returns the number of books that failed.
 size_t RunBatch(const BatchPlan& plan, const BatchRequest& request, const WorkshopFolder& workshop, int serial,
                 const common::Settings& settings, BatchObserver& observer);
+
+// Converts one book as `convert` does (the input copy, the converter of its extension, the
+// clean-up slots) and hands its working document to `use`; the book's scratch folder is gone
+// afterwards. False, with the reason shown through `sink`, when the book cannot be converted.
+bool ReadBookDocument(const std::string& input, const WorkshopFolder& workshop, int serial,
+                      const common::Settings& settings, common::MessageSink& sink, common::Progress& progress,
+                      const std::function<void(const std::string& document)>& use);
 
 }  // namespace pw::shell

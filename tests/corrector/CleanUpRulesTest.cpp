@@ -23,6 +23,33 @@ std::string Apply(std::string_view text, const std::vector<CleanUpRule>& rows, C
   return ApplyCleanUpRules(text, rows, common::CodePage::Win1251, progress, report);
 }
 
+// What the Book Cleaner shows after a run: how many replacements each row made.
+TEST(CleanUpRules, CountsReplacementsPerRow) {
+  const std::vector<CleanUpRule> rows{
+      Plain("--", "—"),
+      Expr("(\\d+)x", "$1×"),
+      {"RemoveRepeatedSymbols(!)", "", true, false, true},
+      {"never", "here", true, false, false},                 // disabled
+      Expr("(", "broken"),                                   // fails: counts nothing
+      Plain("A", "b", false),                                // caseless
+  };
+  CleanUpReport report;
+  EXPECT_EQ(Apply("a--b--c 2x3x!!!! Aa", rows, &report), "b—b—c 2×3×! bb");
+  EXPECT_EQ(report.counts, (std::vector<size_t>{2, 2, 3, 0, 0, 3}));
+  EXPECT_EQ(report.errors.size(), 1u);
+}
+
+TEST(CleanUpRules, ValidateNamesEveryBadExpressionRowWithTheEnginesMessage) {
+  const std::vector<CleanUpRule> rows{Expr("a(b", ""), Plain("a(b", ""), Expr("ok+", ""),
+                                      {"[z", "", true, true, false}, Expr("x{2,1}", "")};
+  const auto problems = ValidateRules(rows);
+  ASSERT_EQ(problems.size(), 2u);
+  EXPECT_EQ(problems[0].row, 0u);
+  EXPECT_NE(problems[0].message.find("missing closing parenthesis"), std::string::npos) << problems[0].message;
+  EXPECT_EQ(problems[1].row, 4u);
+  EXPECT_TRUE(ValidateRules({Plain("(", ""), Expr("", "")}).empty());
+}
+
 TEST(CleanUpRules, EachRowKindInTableOrder) {
   const std::vector<CleanUpRule> rows{
       Plain("--", "uni(8212)"),

@@ -152,5 +152,29 @@ TEST(RuleTableEditing, OperationsAndTheirMessages) {
   EXPECT_TRUE(table.rows.empty());
 }
 
+TEST(RuleTableEditing, MovingRowsAndAClipboardKeptByThePage) {
+  CleanUpTable table;
+  for (const char* what : {"a", "b", "c", "d"}) table.rows.push_back({what, "", true, false, true});
+  CleanUpTableEditor editor(table);
+  const auto order = [&] {
+    std::string out;
+    for (const auto& row : table.rows) out += row.RepWhat;
+    return out;
+  };
+  EXPECT_FALSE(editor.MoveRows(true, RowSelection{1, 2}));
+  EXPECT_EQ(order(), "bcad");
+  EXPECT_FALSE(editor.MoveRows(true, RowSelection{0, 1}));  // at the top: stays
+  EXPECT_EQ(order(), "bcad");
+  EXPECT_FALSE(editor.MoveRows(false, RowSelection{0, 0}));
+  EXPECT_EQ(order(), "cbad");
+  EXPECT_FALSE(editor.MoveRows(false, RowSelection{3, 3}));
+  EXPECT_EQ(order(), "cbad");
+  EXPECT_EQ(editor.MoveRows(false, RowSelection{2, 4}), common::Msg::CleanUpBadSelection);
+  CleanUpTableEditor later(table);
+  later.SetClipboard({{"x", "y", true, true, true}});
+  EXPECT_FALSE(later.PasteRows(Where::After, RowSelection{3, 3}));
+  EXPECT_EQ(order(), "cbadx");
+}
+
 }  // namespace
 }  // namespace pw::corrector

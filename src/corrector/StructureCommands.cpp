@@ -150,7 +150,9 @@ bool InsertPageBreakAtMarker(std::string& book) {
     split += markup::kParagraphStart;
     size_t rest = at;
     while (rest < close && book[rest] == ' ') ++rest;
-    book.replace(at, rest - at, split);
+    size_t start = at;
+    while (start > open && book[start - 1] == ' ') --start;
+    book.replace(start, rest - start, split);
     return true;
   }
   book.insert(at, markup::kPageBreak);

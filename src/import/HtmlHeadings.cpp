@@ -6,6 +6,7 @@
 #include "common/Text.h"
 #include "common/Utf8.h"
 #include "import/TextHeader.h"
+#include "markup/BookMarkup.h"
 
 namespace pw::import {
 namespace {
@@ -37,16 +38,7 @@ int ChapterLevel(const std::vector<HtmlBlock>& blocks) {
 
 }  // namespace
 
-std::string PlainOfHtml(std::string_view html) {
-  std::string out;
-  bool inTag = false;
-  for (const char c : html) {
-    if (c == '<') inTag = true;
-    else if (c == '>') inTag = false;
-    else if (!inTag) out.push_back(c);
-  }
-  return std::string(common::Trim(out));
-}
+std::string PlainOfHtml(std::string_view html) { return markup::OneLineText(html); }
 
 bool SplitAuthorAndTitle(const std::string& heading, std::string& author, std::string& title) {
   const size_t point = heading.find(". ");

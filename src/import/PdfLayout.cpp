@@ -11,6 +11,7 @@
 #include "common/Utf8.h"
 #include "import/Entities.h"
 #include "import/TextCharacters.h"
+#include "markup/BookMarkup.h"
 #include "markup/TagReader.h"
 
 namespace pw::import {
@@ -53,13 +54,7 @@ int IntAttribute(std::string_view attributes, std::string_view name) {
 // The text of an element's content: inner tags dropped, references decoded, no-break spaces
 // made blanks.
 std::string ContentText(std::string_view content) {
-  std::string plain;
-  bool inTag = false;
-  for (const char c : content) {
-    if (c == '<') inTag = true;
-    else if (c == '>') inTag = false;
-    else if (!inTag) plain.push_back(c);
-  }
+  const std::string plain = markup::OneLineText(content);
   // The decoding keeps "&lt;" and "&gt;" as they are; the page writer escapes every bracket.
   std::string text = ReplaceHtmlEntitiesUtf8(plain);
   common::ReplaceAllInPlace(text, "&lt;", "<");

@@ -3,7 +3,6 @@
 // shipped schema and the public one.
 #include <gtest/gtest.h>
 
-#include <unicode/uchar.h>
 
 #include <algorithm>
 #include <map>
@@ -16,6 +15,7 @@
 #include "import/Charset.h"
 #include "import/Entities.h"
 #include "import/HtmlToBook.h"
+#include "markup/BookMarkup.h"
 #include "common/Text.h"
 #include "shell/StructureReport.h"
 #include "shell/ToolInput.h"
@@ -147,15 +147,6 @@ TEST(RealBooks, TextBookNotesBecomeANotesBody) {
   EXPECT_NE(c.fb2.find("<last-name>Толстой</last-name>"), std::string::npos);
 }
 
-std::map<char32_t, size_t> Letters(std::string_view text) {
-  std::map<char32_t, size_t> counts;
-  for (size_t pos = 0; pos < text.size();) {
-    const char32_t c = common::NextCodePoint(text, pos);
-    if (u_isalpha(static_cast<UChar32>(c))) ++counts[c];
-  }
-  return counts;
-}
-
 // What a reader of the source sees: the decoded text; for a page, its text without the head,
 // tables and forms (which the page converter leaves out, as they hold no running text).
 std::string SourceText(const fs::path& path) {
@@ -184,14 +175,7 @@ std::string BodiesText(std::string_view fb2) {
   const size_t start = fb2.find("<body");
   size_t end = fb2.find("<binary");
   if (end == std::string_view::npos) end = fb2.size();
-  std::string plain;
-  bool inTag = false;
-  for (const char c : fb2.substr(start, end - start)) {
-    if (c == '<') inTag = true;
-    else if (c == '>') inTag = false;
-    else if (!inTag) plain.push_back(c);
-  }
-  return import::ReplaceHtmlEntitiesUtf8(plain);
+  return import::ReplaceHtmlEntitiesUtf8(markup::OneLineText(fb2.substr(start, end - start)));
 }
 
 TEST(RealBooks, NoLetterOfASourceIsLost) {
@@ -215,13 +199,14 @@ TEST(RealBooks, NoLetterOfASourceIsLost) {
   for (const fs::path& book : books) {
     std::string fb2;
     ASSERT_TRUE(common::ReadWholeFile(folder / "out" / (book.stem().string() + ".fb2"), fb2)) << book;
-    const auto written = Letters(BodiesText(fb2));
+    const auto written = test::LetterCounts(BodiesText(fb2));
     std::string lost;
     // The word "by" of a "by Author" heading is the one thing a page gives up: the name is the
     // book's author.
-    auto source = Letters(SourceText(book));
-    if (book.filename() == "11-h.htm" || book.filename() == "en_carroll_alice_pg_xhtml1_old.htm")
-      for (const auto& [letter, count] : Letters(book.filename() == "11-h.htm" ? "by" : "By")) source[letter] -= count;
+    auto source = test::LetterCounts(SourceText(book));
+    const std::string name = book.filename().string();
+    if (name == "11-h.htm" || name == "en_carroll_alice_pg_xhtml1_old.htm")
+      for (const auto& [letter, count] : test::LetterCounts(name == "11-h.htm" ? "by" : "By")) source[letter] -= count;
     for (const auto& [letter, count] : source) {
       const auto found = written.find(letter);
       const size_t have = found == written.end() ? 0 : found->second;

@@ -42,15 +42,6 @@ TEST(UnpackTcr, EveryByteIsATableEntry) {
   EXPECT_FALSE(UnpackTcr(std::string(1200, 'x') + TcrFile({}, "a"), text));  // signature too far in
 }
 
-std::map<char32_t, size_t> Letters(std::string_view text) {
-  std::map<char32_t, size_t> counts;
-  for (size_t pos = 0; pos < text.size();) {
-    const char32_t c = common::NextCodePoint(text, pos);
-    if (u_isalpha(static_cast<UChar32>(c))) ++counts[c];
-  }
-  return counts;
-}
-
 TEST(UnpackTcr, TheGeneratedCorpusBooksHoldTheirSourceText) {
   const auto tcr = pw::test::CorpusPath("other/generated/ru_chekhov_vanka.tcr");
   const auto txt = pw::test::CorpusPath("txt/ru_chekhov_vanka_utf8_oneline_noblank.txt");
@@ -61,7 +52,7 @@ TEST(UnpackTcr, TheGeneratedCorpusBooksHoldTheirSourceText) {
   ASSERT_TRUE(common::ReadWholeFile(txt, source));
   std::string text;
   ASSERT_TRUE(UnpackTcr(file, text));
-  EXPECT_EQ(Letters(common::DecodeToUtf8(text, common::CodePage::Win1251)), Letters(source));
+  EXPECT_EQ(pw::test::LetterCounts(common::DecodeToUtf8(text, common::CodePage::Win1251)), pw::test::LetterCounts(source));
 
   const auto alice = pw::test::CorpusPath("other/generated/en_carroll_alice.tcr");
   ASSERT_TRUE(common::ReadWholeFile(alice, file));

@@ -81,16 +81,6 @@ std::string VisibleText(std::string_view html) {
   return text;
 }
 
-// Letters by count: a conversion may change blanks, dashes and line ends, never a letter.
-std::map<char32_t, size_t> LetterCounts(std::string_view text) {
-  std::map<char32_t, size_t> counts;
-  for (size_t pos = 0; pos < text.size();) {
-    const char32_t c = common::NextCodePoint(text, pos);
-    if (u_isalpha(static_cast<UChar32>(c))) ++counts[c];
-  }
-  return counts;
-}
-
 std::string BodyOf(std::string_view book) {
   const size_t start = book.find("<DIV></DIV>");
   const size_t end = book.find(markup::kLastParagraph);
@@ -113,7 +103,7 @@ size_t LongestSourceBlock(std::string_view source) {
 // The checks every book gets: nothing lost, nothing glued beyond its block, nothing leaked.
 void CheckCommon(std::string_view name, const Converted& c) {
   SCOPED_TRACE(std::string(name));
-  EXPECT_EQ(LetterCounts(VisibleText(BodyOf(c.book))), LetterCounts(c.source)) << "letters lost or added";
+  EXPECT_EQ(pw::test::LetterCounts(VisibleText(BodyOf(c.book))), pw::test::LetterCounts(c.source)) << "letters lost or added";
   const size_t longest = LongestSourceBlock(c.source);
   for (const std::string& paragraph : ProseParagraphs(c.book))
     EXPECT_LE(CharLength(VisibleText(paragraph)), longest) << paragraph.substr(0, 80);

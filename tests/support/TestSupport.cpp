@@ -1,5 +1,7 @@
 #include "support/TestSupport.h"
 
+#include <unicode/uchar.h>
+
 #include <array>
 #include <atomic>
 #include <cstdio>
@@ -10,6 +12,7 @@
 #include <unistd.h>
 
 #include "common/Files.h"
+#include "common/Utf8.h"
 
 namespace pw::test {
 namespace {
@@ -96,6 +99,15 @@ int RunCommand(const std::string& command, std::string* output) {
   if (output) *output = std::move(captured);
   if (WIFEXITED(status)) return WEXITSTATUS(status);
   return -1;
+}
+
+std::map<char32_t, size_t> LetterCounts(std::string_view text) {
+  std::map<char32_t, size_t> counts;
+  for (size_t pos = 0; pos < text.size();) {
+    const char32_t c = common::NextCodePoint(text, pos);
+    if (u_isalpha(static_cast<UChar32>(c))) ++counts[c];
+  }
+  return counts;
 }
 
 }  // namespace pw::test

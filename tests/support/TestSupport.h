@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -43,6 +44,9 @@ class ScratchFolder {
  private:
   fs::path path_;
 };
+
+// How often each letter (in Unicode's sense) stands in `text`: what a conversion must keep.
+std::map<char32_t, size_t> LetterCounts(std::string_view text);
 
 // Runs a shell command, returns its exit code and captures stdout and stderr together.
 int RunCommand(const std::string& command, std::string* output = nullptr);

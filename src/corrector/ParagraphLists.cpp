@@ -28,15 +28,23 @@ bool FindParagraph(std::string_view book, size_t index, ParagraphSpan& span) {
   return span.end != std::string_view::npos;
 }
 
-// The paragraph that starts right after `previous` (only blanks between them).
+bool HasPicture(std::string_view html) { return common::FindAsciiCaseless(html, "<IMG") != std::string_view::npos; }
+
+// The paragraph with text that follows `previous` with only blanks and empty paragraphs (the
+// blank lines of a text source) between them.
 bool FindFollowing(std::string_view book, const ParagraphSpan& previous, ParagraphSpan& next) {
   size_t pos = previous.end + kParagraphClose.size();
-  while (pos < book.size() && IsBlank(book[pos])) ++pos;
-  if (book.compare(pos, kParagraphOpen.size(), kParagraphOpen) != 0) return false;
-  next.open = pos;
-  next.start = pos + kParagraphOpen.size();
-  next.end = book.find(kParagraphClose, next.start);
-  return next.end != std::string_view::npos;
+  for (;;) {
+    while (pos < book.size() && IsBlank(book[pos])) ++pos;
+    if (book.compare(pos, kParagraphOpen.size(), kParagraphOpen) != 0) return false;
+    next.open = pos;
+    next.start = pos + kParagraphOpen.size();
+    next.end = book.find(kParagraphClose, next.start);
+    if (next.end == std::string_view::npos) return false;
+    const std::string_view html = book.substr(next.start, next.end - next.start);
+    if (!ParagraphPlainText(html).empty() || HasPicture(html)) return true;
+    pos = next.end + kParagraphClose.size();
+  }
 }
 
 // The inner HTML without the indent ("&nbsp;" runs and blanks) at its start and blanks at its end.
@@ -89,8 +97,6 @@ bool StartsLowerCase(std::string_view text) {
   }
   return false;
 }
-
-bool HasPicture(std::string_view html) { return common::FindAsciiCaseless(html, "<IMG") != std::string_view::npos; }
 
 // Joins `book` around the two paragraphs: `head` ends paragraph `first`, `next` becomes the
 // following paragraph's text (none: the paragraph goes).

@@ -31,9 +31,9 @@ std::vector<SuspectParagraph> ListParagraphs(std::string_view book, ParagraphChe
                                              std::string_view decodedEnds,
                                              std::string_view indentMarker = "&nbsp;");
 
-// Joins paragraph `index` with the paragraph that follows it directly (only blanks between
-// them): the text of the next one goes to the end of this one after a blank, and the next
-// paragraph goes away. False, and the book unchanged, when there is no such pair.
+// Joins paragraph `index` with the paragraph that follows it directly (only blanks and empty
+// paragraphs between them, which go too): the text of the next one goes to the end of this one
+// after a blank, and the next paragraph goes away. False, and the book unchanged, when there is no such pair.
 bool JoinWithNext(std::string& book, size_t index);
 
 // Moves words from the start of the paragraph after paragraph `index` to its end: every word

@@ -59,6 +59,13 @@ TEST(ParagraphRepair, JoinWithNext) {
   EXPECT_FALSE(JoinWithNext(withTitle, 7));
 }
 
+TEST(ParagraphRepair, JoinPassesTheEmptyParagraphsOfBlankLines) {
+  std::string book = P("Он шёл по") + P("") + "<DIV align=justify>&nbsp;</DIV>" + P("дороге.") + P("");
+  ASSERT_TRUE(JoinWithNext(book, 0));
+  EXPECT_EQ(book, P("Он шёл по дороге.") + P(""));
+  EXPECT_FALSE(JoinWithNext(book, 0));  // only empty paragraphs follow
+}
+
 TEST(ParagraphRepair, JoinKeepsAWordHyphenatedAcrossTheBreakWhole) {
   std::string book = P("пре\u00AD") + P("красно.");
   ASSERT_TRUE(JoinWithNext(book, 0));

@@ -4,6 +4,8 @@
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
+#include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -11,6 +13,7 @@
 
 #include "app/WebFiles.h"
 #include "app/CorrectorRoutes.h"
+#include "app/WorkshopRoutes.h"
 #include "common/Files.h"
 #include "common/Session.h"
 #include "common/Text.h"
@@ -66,12 +69,41 @@ fs::path ExpandFolder(const std::string& folder) {
   return folder;
 }
 
-void Reply(httplib::Response& response, const json& body, int status = 200) {
+}  // namespace
+
+void Reply(httplib::Response& response, const json& body, int status) {
   response.status = status;
   response.set_content(body.dump(), "application/json");
 }
 
-}  // namespace
+std::string AttachmentHeader(std::string_view name) {
+  // Plain ASCII for old readers of the header, the real name in UTF-8 (RFC 5987) for the rest.
+  std::string plain;
+  std::string encoded;
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  for (const char c : name) {
+    const auto byte = static_cast<unsigned char>(c);
+    plain += byte < 0x20 || byte >= 0x7f || c == '"' || c == '\\' ? '_' : c;
+    const bool alnum = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+    if (alnum || std::string_view("!#$&+-.^_`|~").find(c) != std::string_view::npos) {
+      encoded += c;
+    } else {
+      encoded += '%';
+      encoded += kHex[byte >> 4];
+      encoded += kHex[byte & 0xf];
+    }
+  }
+  return "attachment; filename=\"" + plain + "\"; filename*=UTF-8''" + encoded;
+}
+
+bool WantsDiscard(const json& in) { return in.is_object() && in.contains("discard") && in["discard"] == true; }
+
+void DropCompression(const httplib::Request& request) {
+  // The page and the server share one machine: compressing a book costs far more time than the
+  // bytes it saves. The library compresses whatever the browser accepts, so the browser's offer
+  // is withdrawn before the handlers run (the request object itself is not const).
+  const_cast<httplib::Request&>(request).headers.erase("Accept-Encoding");
+}
 
 // ---------------------------------------------------------------------------------------------
 
@@ -119,6 +151,12 @@ void PageChannel::Status(std::string_view text) {
   state_.status = text;
 }
 
+void PageChannel::EndChain() {
+  std::lock_guard lock(mutex_);
+  state_.status.clear();
+  state_.percent = 0;
+}
+
 void PageChannel::Percent(int percent) {
   std::lock_guard lock(mutex_);
   state_.percent = percent;
@@ -162,6 +200,8 @@ bool WorkshopServer::Start() {
   server_ = std::make_unique<httplib::Server>();
   server_->set_payload_max_length(kMaxBody);
   Routes();
+  AddSessionRoutes(*server_, *this);
+  AddFindReplaceRoutes(*server_, *this);
   if (options_.port > 0) {
     if (!server_->bind_to_port("127.0.0.1", options_.port)) return false;
     port_ = options_.port;
@@ -187,16 +227,48 @@ void WorkshopServer::Stop() {
   if (server_) server_->stop();
 }
 
+namespace {
+
+// Set by SIGINT and SIGTERM: the workshop ends as after the idle time, saving first.
+std::atomic<bool> endRequested{false};
+
+extern "C" void RequestEnd(int) { endRequested = true; }
+
+}  // namespace
+
 void WorkshopServer::Watch() {
   while (!stopping_) {
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
     const auto idle = std::chrono::steady_clock::duration(now - lastSeen_.load());
-    if (idle > options_.idleLimit) {
-      Stop();
-      return;
+    if ((idle > options_.idleLimit || endRequested) && EndUnattended(endRequested ? "asked to end" : "no page for a while")) return;
+  }
+}
+
+bool WorkshopServer::EndUnattended(std::string_view reason) {
+  std::string saved;
+  {
+    std::lock_guard lock(bookMutex_);
+    if (shell_->session().changed()) {
+      if (!shell_->SaveFileAndSettings()) {
+        // Never end with changes that could not be saved: wait for the page to come back.
+        std::fprintf(stderr, "pagewright: %.*s, but the book could not be saved; the workshop goes on\n",
+                     static_cast<int>(reason.size()), reason.data());
+        endRequested = false;
+        lastSeen_ = std::chrono::steady_clock::now().time_since_epoch().count();
+        return false;
+      }
+      saved = shell_->session().keptBook().string();
     }
   }
+  if (saved.empty())
+    std::printf("Pagewright workshop: %.*s; the workshop has ended\n", static_cast<int>(reason.size()), reason.data());
+  else
+    std::printf("Pagewright workshop: %.*s; the book was saved to %s; the workshop has ended\n",
+                static_cast<int>(reason.size()), reason.data(), saved.c_str());
+  std::fflush(stdout);
+  Stop();
+  return true;
 }
 
 bool WorkshopServer::Allowed(const httplib::Request& request, httplib::Response& response) const {
@@ -226,6 +298,7 @@ void WorkshopServer::Routes() {
   httplib::Server& server = *server_;
   server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
     if (!Allowed(request, response)) return httplib::Server::HandlerResponse::Handled;
+    DropCompression(request);
     lastSeen_ = std::chrono::steady_clock::now().time_since_epoch().count();
     return httplib::Server::HandlerResponse::Unhandled;
   });
@@ -234,6 +307,7 @@ void WorkshopServer::Routes() {
   server.set_post_routing_handler([this](const httplib::Request& request, httplib::Response&) {
     if (request.method != "POST") return;
     std::lock_guard lock(bookMutex_);
+    channel_.EndChain();  // every chain leaves the status line clear, ended or failed
     PublishBookState();
   });
 
@@ -247,7 +321,7 @@ void WorkshopServer::Routes() {
     response.set_header("Set-Cookie", std::string(kCookie) + "=" + secret_ + "; HttpOnly; SameSite=Strict; Path=/");
     response.set_header("Cache-Control", "no-store");
   });
-  server.Get(R"(/web/([A-Za-z0-9_.-]+))", [](const httplib::Request& request, httplib::Response& response) {
+  server.Get(R"(/web/((?:[A-Za-z0-9_-][A-Za-z0-9_.-]*/)?[A-Za-z0-9_-][A-Za-z0-9_.-]*))", [](const httplib::Request& request, httplib::Response& response) {
     const std::string name = request.matches[1];
     for (const WebFile& file : WebFiles()) {
       if (file.name == name) {
@@ -295,13 +369,16 @@ void WorkshopServer::Routes() {
       book = bookState_;
     }
     body["changed"] = book.changed;
+    body["warnUnsaved"] = book.warnUnsaved;
+    body["editorFont"] = book.editorFont;
     body["book"] = book.book;
     body["recent"] = book.recent;
     const common::Language language = book.language;
     body["language"] = language == common::Language::Russian ? "ru" : "en";
     // The texts the page itself shows, in the interface language.
     body["texts"] = {{"unsaved", std::string(common::MessageText(common::Msg::UnsavedChanges, language))},
-                     {"noSelection", std::string(common::MessageText(common::Msg::NoTextSelected, language))}};
+                     {"noSelection", std::string(common::MessageText(common::Msg::NoTextSelected, language))},
+                     {"onlyWholeElements", std::string(common::MessageText(common::Msg::OnlyWholeElementsMove, language))}};
     Reply(response, body);
   });
 
@@ -309,7 +386,8 @@ void WorkshopServer::Routes() {
   server.Post("/api/document", [this](const httplib::Request& request, httplib::Response& response) {
     std::lock_guard lock(bookMutex_);
     editor_.Edit(markup::ToBookSpelling(request.body));
-    shell_->session().MarkChanged();
+    // The page says whether this document holds changes not yet saved.
+    if (request.get_param_value("changed") == "1") shell_->session().MarkChanged();
     Reply(response, {{"ok", true}});
   });
 
@@ -317,6 +395,7 @@ void WorkshopServer::Routes() {
     const json in = json::parse(request.body, nullptr, false);
     if (!in.is_object() || !in.contains("path") || !in["path"].is_string()) return Reply(response, {{"ok", false}}, 400);
     std::lock_guard lock(bookMutex_);
+    if (WantsDiscard(in)) shell_->session().ForgetChanges();
     const bool ok = shell_->session().PrepareBook(in["path"].get<std::string>());
     Reply(response, {{"ok", ok}});
   });
@@ -332,6 +411,7 @@ void WorkshopServer::Routes() {
     fs::create_directories(folder, error);
     const fs::path path = folder / name;
     if (!common::WriteFileAtomic(path, file.content)) return Reply(response, {{"ok", false}}, 500);
+    if (request.get_param_value("discard") == "1") shell_->session().ForgetChanges();
     const bool ok = shell_->session().PrepareBook(path.string());
     Reply(response, {{"ok", ok}});
   });
@@ -341,9 +421,13 @@ void WorkshopServer::Routes() {
     if (!in.is_object() || !in.contains("name") || !in["name"].is_string()) return Reply(response, {{"ok", false}}, 400);
     const std::string name = in["name"];
     std::lock_guard lock(bookMutex_);
+    if (WantsDiscard(in)) shell_->session().ForgetChanges();
     bool ok = false;
-    if (name == "save") ok = shell_->SaveFileAndSettings();
-    else if (name == "empty") ok = shell_->session().MnEmptyBook();
+    if (name == "save") {
+      ok = shell_->SaveFileAndSettings();
+      return Reply(response, {{"ok", ok}, {"savedAs", shell_->session().keptBook().string()}});
+    }
+    if (name == "empty") ok = shell_->session().MnEmptyBook();
     else if (name == "reload") ok = shell_->session().MnReloadBook();
     else if (name == "quit") {
       ok = true;
@@ -383,11 +467,11 @@ void WorkshopServer::Routes() {
     const auto result =
         markup::ApplyBookOperation(in["operation"].get<std::string>(), document, shell_->settings(), channel_, messages);
     if (!result.known) return Reply(response, {{"ok", false}, {"error", "unknown operation"}}, 400);
-    if (result.changed) {
-      editor_.Replace(std::move(document));
-      shell_->session().MarkChanged();
-    }
-    Reply(response, {{"ok", true}, {"changed", result.changed}});
+    if (!result.changed) return Reply(response, {{"ok", true}, {"changed", false}});
+    // The page shows the new document as one step of its history.
+    editor_.Edit(document);
+    shell_->session().MarkChanged();
+    Reply(response, {{"ok", true}, {"changed", true}, {"html", document}});
   });
 
   // The description the FB2 form starts from: the book's own, else what its headings say.
@@ -434,11 +518,10 @@ void WorkshopServer::Routes() {
     if (!editor_.Document(document)) return Reply(response, {{"ok", false}}, 409);
     common::Messages messages(channel_, shell_->settings().interfaceLanguage);
     const int sections = markup::ApplySectionLevels(document, levels, removed, channel_, messages);
-    if (sections >= 0) {
-      editor_.Replace(std::move(document));
-      shell_->session().MarkChanged();
-    }
-    Reply(response, {{"ok", sections >= 0}, {"sections", sections}});
+    if (sections < 0) return Reply(response, {{"ok", false}, {"sections", sections}});
+    editor_.Edit(document);
+    shell_->session().MarkChanged();
+    Reply(response, {{"ok", true}, {"sections", sections}, {"html", document}});
   });
 
   // The reader: whether the book has anything to read, its page geometry and auto-scroll.
@@ -466,8 +549,9 @@ void WorkshopServer::Routes() {
                      {"bookmark", reader::kTemporaryBookmarkId}});
   });
 
-  // The book as a stored book: the seven header fields, optionally compressed, written to the
-  // library folder and sent back for download.
+  // The book as a stored book: the seven header fields, optionally compressed, written into the
+  // folder the user named, else beside the book's source, else (a book without a source of the
+  // user's, such as an upload) into the library folder.
   server.Post("/api/stored", [this](const httplib::Request& request, httplib::Response& response) {
     json in = json::parse(request.body, nullptr, false);
     if (!in.is_object()) in = json::object();
@@ -493,7 +577,7 @@ void WorkshopServer::Routes() {
     for (char& c : name)
       if (c == '/' || c == '\\' || c == ':' || c == '"' || static_cast<unsigned char>(c) < 32) c = '_';
     if (!common::EndsWith(name, ".html0")) name += ".html0";
-    const fs::path output = ExpandFolder(shell_->settings().libraryFolder) / name;
+    const fs::path output = StoredBookFolder(in.contains("folder") && in["folder"].is_string() ? in["folder"].get<std::string>() : "") / name;
     std::error_code folderError;
     fs::create_directories(output.parent_path(), folderError);
     std::string error;
@@ -501,9 +585,7 @@ void WorkshopServer::Routes() {
       channel_.Show(error);
       return Reply(response, {{"ok", false}}, 422);
     }
-    response.set_content(markup::WriteStoredBook(book), "application/octet-stream");
-    response.set_header("Content-Disposition", "attachment; filename=\"" + name + "\"");
-    response.set_header("X-Pagewright-Saved-As", output.string());
+    Reply(response, {{"ok", true}, {"savedAs", output.string()}});
   });
 
   // The book as a FictionBook file: written to the output folder and sent back for download.
@@ -534,7 +616,9 @@ void WorkshopServer::Routes() {
       description.genres = fb2::ParseGenreList(in["genre"].get<std::string>());
     std::string name = in.contains("name") && in["name"].is_string() ? in["name"].get<std::string>() : "";
     name = fb2::MakeFb2FileName(description, name, false, false);
-    const fs::path output = ExpandFolder(shell_->settings().fb2OutputFolder) / name;
+    // Written where the user asked; otherwise only into the book folder, for the download.
+    const std::string folder = in.contains("folder") && in["folder"].is_string() ? in["folder"].get<std::string>() : "";
+    const fs::path output = (folder.empty() ? bookFolder : ExpandFolder(folder)) / name;
     std::error_code folderError;
     fs::create_directories(output.parent_path(), folderError);
     fb2::Fb2ExportResult result;
@@ -548,9 +632,20 @@ void WorkshopServer::Routes() {
       if (findings.empty()) channel_.Show(output.filename().string() + ": valid FictionBook 2");
     }
     response.set_content(result.bytes, "application/x-fictionbook+xml");
-    response.set_header("Content-Disposition", "attachment; filename=\"" + name + "\"");
-    response.set_header("X-Pagewright-Saved-As", output.string());
+    response.set_header("Content-Disposition", AttachmentHeader(name));
+    if (!folder.empty()) response.set_header("X-Pagewright-Saved-As", output.string());
   });
+}
+
+fs::path WorkshopServer::StoredBookFolder(const std::string& chosen) {
+  if (!chosen.empty()) return ExpandFolder(chosen);
+  const std::string& source = shell_->session().bookPath();
+  std::error_code error;
+  const fs::path full = source.empty() ? fs::path() : fs::weakly_canonical(fs::absolute(source, error), error);
+  const fs::path workshop = fs::weakly_canonical(fs::absolute(shell_->workshop().root, error), error);
+  const bool inWorkshop = !full.empty() && std::mismatch(workshop.begin(), workshop.end(), full.begin(), full.end()).first == workshop.end();
+  if (!full.empty() && !inWorkshop && fs::is_regular_file(full, error)) return full.parent_path();
+  return ExpandFolder(shell_->settings().libraryFolder);
 }
 
 void WorkshopServer::PublishBookState() {
@@ -560,6 +655,8 @@ void WorkshopServer::PublishBookState() {
   for (const auto& file : shell_->settings().recentFiles)
     if (!file.empty() && file != common::kRecentFilesPlaceholder) state.recent.push_back(file);
   state.language = shell_->settings().interfaceLanguage;
+  state.warnUnsaved = shell_->settings().warnUnsaved;
+  state.editorFont = shell_->settings().editorFont;
   std::lock_guard lock(stateMutex_);
   bookState_ = std::move(state);
 }
@@ -577,6 +674,8 @@ int RunWorkshop(const WorkshopOptions& options) {
     const std::string command = "xdg-open '" + server.Address() + "' >/dev/null 2>&1 &";
     if (std::system(command.c_str()) != 0) std::fprintf(stderr, "pagewright: open the address above in a browser\n");
   }
+  std::signal(SIGINT, RequestEnd);
+  std::signal(SIGTERM, RequestEnd);
   server.Serve();
   return 0;
 }

@@ -70,6 +70,8 @@ class PageChannel final : public common::Progress, public common::MessageSink {
  public:
   void Status(std::string_view text) override;
   void Percent(int percent) override;
+  // A chain ended (or failed): the status line is cleared.
+  void EndChain();
   void Show(std::string_view text) override;
   // Questions asked while a command runs get their default answer; the page asks the user
   // before it sends a command that needs one (unsaved changes).
@@ -127,6 +129,13 @@ class WorkshopServer {
   void PublishBookState();
   bool Allowed(const httplib::Request& request, httplib::Response& response) const;
   void Watch();
+  // Ends the workshop without the page (idle time, a signal): unsaved changes are saved first
+  // and a line on the terminal says what happened. False (the workshop goes on) when the
+  // changes could not be saved.
+  bool EndUnattended(std::string_view reason);
+  // Where "Save as stored book" writes: the folder the user chose, else beside the book's
+  // source, else the library folder.
+  std::filesystem::path StoredBookFolder(const std::string& chosen);
 
   WorkshopOptions options_;
   PageEditor editor_;
@@ -141,6 +150,8 @@ class WorkshopServer {
     bool changed = false;
     std::vector<std::string> recent;
     common::Language language = common::Language::English;
+    bool warnUnsaved = true;
+    std::string editorFont;
   };
   std::mutex stateMutex_;
   BookState bookState_;

@@ -1,4 +1,5 @@
 #include "common/Regex.h"
+#include "common/RegexMatches.h"
 
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
@@ -211,6 +212,20 @@ RegexMatch RegExpFind(std::string_view text, std::string_view pattern, bool case
     return false;
   });
   return match;
+}
+
+bool RegExpMatches(std::string_view text, std::string_view pattern, std::string_view replacement,
+                   bool caseSensitive, size_t limit, std::vector<RegexReplacement>& out, std::string* error) {
+  out.clear();
+  const CodePtr code = Cache().Get(pattern, caseSensitive, error);
+  if (!code) return false;
+  return ForEachMatch(code, text, 0, error, [&](const PCRE2_SIZE* ovector, size_t pairs) {
+    if (out.size() >= limit) return false;
+    RegexReplacement match{ovector[0], ovector[1], {}};
+    AppendReplacement(match.text, text, replacement, ovector, pairs);
+    out.push_back(std::move(match));
+    return true;
+  });
 }
 
 bool RegExpIsValid(std::string_view pattern, std::string* error) {

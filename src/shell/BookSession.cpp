@@ -11,6 +11,8 @@
 #include "shell/CitationFile.h"
 #include "shell/PagePictures.h"
 #include "shell/SaveBook.h"
+#include "shell/SavedBooks.h"
+#include "markup/StoredBook.h"
 
 namespace pw::shell {
 namespace {
@@ -200,6 +202,7 @@ bool BookSession::PrepareBook(const std::string& path) {
     workingDocument_ = workingDocument;
     bookFolder_ = fresh.bookFolder;
     bookPath_ = path;
+    keptBook_.clear();
     header_ = std::move(header);
     caption_ = workingDocument.stem().string();
     if (common::LowerExtension(path) == "cit") caption_ += kCitationsTitleMark;
@@ -234,6 +237,7 @@ bool BookSession::MnEmptyBook() {
   workingDocument_ = workingDocument;
   bookFolder_ = fresh.bookFolder;
   bookPath_.clear();
+  keptBook_.clear();
   header_.reset();
   caption_ = "NewBook";
   editor_.SetCaption(caption_);
@@ -255,15 +259,33 @@ bool BookSession::MnSave() {
   bool saved = false;
   if (workingDocument_.empty() || !editor_.Document(html)) {
     messages_.Show(common::Msg::CannotSaveFile);
-  } else if (!common::WriteFileAtomic(workingDocument_, MakeSavedDocument(html, settings_, dateSource_()))) {
+  } else if (const std::string document = MakeSavedDocument(html, settings_, dateSource_());
+             !common::WriteFileAtomic(workingDocument_, document)) {
     messages_.Show(common::Msg::ErrorWritingFile, workingDocument_.string());
   } else {
-    saved = true;
-    changed_ = false;
+    saved = !rememberBooks_ || KeepSavedBook(document);
+    changed_ = !saved;
   }
   editor_.SetCaption(caption_);
   progress_.Status("");
   return saved;
+}
+
+bool BookSession::KeepSavedBook(const std::string& savedDocument) {
+  const fs::path target = SavedBookFile(workshop_.root / kBooksFolderName, bookPath_, TimeStamp());
+  std::error_code ignored;
+  fs::create_directories(target.parent_path(), ignored);
+  const markup::StoredBook book = MakeStoredBook(savedDocument, bookFolder_, CompleteHeader(header_, savedDocument), false);
+  std::string error;
+  if (!markup::SaveStoredBookFile(target, book, error)) {
+    messages_.Show(common::Msg::ErrorWritingFile, target.string());
+    return false;
+  }
+  keptBook_ = target;
+  // The saved book is what the next start (and Reload) opens; the source stays in the list.
+  AddRecentFile(settings_.recentFiles, target.string());
+  if (bookPath_.empty()) bookPath_ = target.string();
+  return true;
 }
 
 void BookSession::ResolveUnsavedChanges() {

@@ -62,12 +62,17 @@ class BookSession {
   // Opens the first recent file again when it exists on disk; false (and nothing happens)
   // otherwise.
   bool MnReloadBook();
-  // Writes the editor's document over the working document in its saved form.
+  // Writes the editor's document over the working document in its saved form, and keeps it as
+  // a stored book in the books folder of the workshop, first in the recent files.
   bool MnSave();
+  // The stored book the last save wrote; empty before the first save.
+  const std::filesystem::path& keptBook() const { return keptBook_; }
 
   // The editor reports an edit.
   void MarkChanged() { changed_ = true; }
   bool changed() const { return changed_; }
+  // The user chose to drop the unsaved changes: the next command does not save them.
+  void ForgetChanges() { changed_ = false; }
   // Switches the unsaved-changes question off (changes are then saved without asking) and
   // says so once.
   void DisableUnsavedWarning();
@@ -94,6 +99,7 @@ class BookSession {
   // Before a command replaces the book: saves or drops unsaved changes as the user says.
   void ResolveUnsavedChanges();
   void Discard(const Fresh& fresh);
+  bool KeepSavedBook(const std::string& savedDocument);
 
   WorkshopFolder workshop_;
   int serial_;
@@ -114,6 +120,7 @@ class BookSession {
   std::optional<markup::StoredBookHeader> header_;
   std::string caption_;
   bool changed_ = false;
+  std::filesystem::path keptBook_;
 };
 
 }  // namespace pw::shell

@@ -8,6 +8,7 @@
 
 #include "common/Files.h"
 #include "markup/BookMarkup.h"
+#include "shell/SettingsFile.h"
 #include "support/Fb2Validity.h"
 #include "support/TestSupport.h"
 
@@ -118,8 +119,20 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   std::string edited = client.Get("/book/document")->body;
   edited.replace(edited.find("First words"), 11, "Edited words");
   EXPECT_EQ(client.Post("/api/document", edited, "text/html")->status, 200);
+  EXPECT_EQ(json::parse(client.Get("/api/state")->body)["changed"], false);  // the page did not say it changed
+  EXPECT_EQ(client.Post("/api/document?changed=1", edited, "text/html")->status, 200);
   EXPECT_EQ(json::parse(client.Get("/api/state")->body)["changed"], true);
-  auto fb2 = client.Post("/api/fb2", json{{"name", "out"}, {"title", "Made"}, {"library", true}, {"validate", true}}.dump(),
+  // Without a folder the FB2 is only a download; with one it is written there too.
+  auto downloaded = client.Post("/api/fb2", json{{"name", "Война"}, {"title", "Made"}}.dump(), "application/json");
+  ASSERT_TRUE(downloaded);
+  ASSERT_EQ(downloaded->status, 200) << downloaded->body;
+  EXPECT_FALSE(downloaded->has_header("X-Pagewright-Saved-As"));
+  EXPECT_NE(downloaded->get_header_value("Content-Disposition").find("filename*=UTF-8''%D0%92%D0%BE%D0%B9%D0%BD%D0%B0.fb2"),
+            std::string::npos)
+      << downloaded->get_header_value("Content-Disposition");
+  const std::string fb2Folder = (workshop.folder / "fb2").string();
+  auto fb2 = client.Post("/api/fb2",
+                         json{{"name", "out"}, {"title", "Made"}, {"library", true}, {"validate", true}, {"folder", fb2Folder}}.dump(),
                          "application/json");
   ASSERT_TRUE(fb2);
   ASSERT_EQ(fb2->status, 200) << fb2->body;
@@ -136,6 +149,11 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
 
   auto saved = client.Post("/api/command", json{{"name", "save"}}.dump(), "application/json");
   EXPECT_EQ(json::parse(saved->body)["ok"], true);
+  // The saved book is kept in the workshop's books folder, first in the recent files.
+  const fs::path kept = json::parse(saved->body)["savedAs"].get<std::string>();
+  EXPECT_EQ(kept.parent_path().parent_path().filename(), "Books");
+  EXPECT_TRUE(fs::exists(kept));
+  EXPECT_EQ(json::parse(client.Get("/api/state")->body)["recent"][0], kept.string());
   EXPECT_EQ(client.Post("/api/command", json{{"name", "nonsense"}}.dump(), "application/json")->status, 400);
   EXPECT_EQ(client.Post("/api/open", "not json", "application/json")->status, 400);
   // A missing file: the message for the page, and the book stays.
@@ -158,7 +176,8 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   auto empty = client.Post("/api/element", json{{"operation", "title"}, {"html", "<b>&nbsp;</b>"}}.dump(), "application/json");
   EXPECT_EQ(json::parse(empty->body)["html"], "");
 
-  // A whole-book operation rewrites the document and the page is told to show it anew.
+  // A whole-book operation rewrites the document and sends it back for the page's history;
+  // the page does not load it anew.
   const unsigned before = json::parse(client.Get("/api/state")->body)["version"];
   auto bookOp = client.Post("/api/book", json{{"operation", "titlestoparagraphs"}}.dump(), "application/json");
   ASSERT_TRUE(bookOp);
@@ -174,8 +193,9 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   EXPECT_NE(client.Get("/book/document")->body.find("<SPAN id=title><DIV align=center>"), std::string::npos);
   bookOp = client.Post("/api/book", json{{"operation", "titlestosubtitles"}}.dump(), "application/json");
   EXPECT_EQ(json::parse(bookOp->body)["changed"], true);
+  EXPECT_NE(json::parse(bookOp->body)["html"].get<std::string>().find("<SPAN id=subtitle>"), std::string::npos);
   EXPECT_NE(client.Get("/book/document")->body.find("<SPAN id=subtitle>"), std::string::npos);
-  EXPECT_GT(json::parse(client.Get("/api/state")->body)["version"].get<unsigned>(), before);
+  EXPECT_EQ(json::parse(client.Get("/api/state")->body)["version"].get<unsigned>(), before);
 
   // The stored book with its header.
   workshop.server->shell().settings().libraryFolder = (workshop.folder / "library").string();
@@ -183,12 +203,125 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
                             "application/json");
   ASSERT_TRUE(stored);
   ASSERT_EQ(stored->status, 200);
-  EXPECT_TRUE(fs::exists(workshop.folder / "library" / "Stored.html0"));
-  EXPECT_EQ(stored->body.rfind("<!pwfile", 0), 0u);
+  // An uploaded book has no source of the user's: the library folder.
+  EXPECT_EQ(json::parse(stored->body)["savedAs"], (workshop.folder / "library" / "Stored.html0").string());
+  std::string storedBytes;
+  ASSERT_TRUE(common::ReadWholeFile(workshop.folder / "library" / "Stored.html0", storedBytes));
+  EXPECT_EQ(storedBytes.rfind("<!pwfile", 0), 0u);
 
   // Quit ends the serving thread.
   EXPECT_EQ(client.Post("/api/command", json{{"name", "quit"}}.dump(), "application/json")->status, 200);
   workshop.thread.join();
+}
+
+TEST(WorkshopServer, StoredBookBesideItsSourceOrWhereChosen) {
+  RunningWorkshop workshop;
+  httplib::Client client = workshop.Client();
+  const fs::path source = workshop.folder / "shelf" / "Рассказ.txt";
+  fs::create_directories(source.parent_path());
+  ASSERT_TRUE(common::WriteFileAtomic(source, "Anna Lee\n\nA Story\n\nOnce there was a road.\n"));
+  ASSERT_EQ(json::parse(client.Post("/api/open", json{{"path", source.string()}}.dump(), "application/json")->body)["ok"], true);
+  auto beside = client.Post("/api/stored", json{{"name", "Рассказ"}}.dump(), "application/json");
+  ASSERT_TRUE(beside);
+  EXPECT_EQ(json::parse(beside->body)["savedAs"], (source.parent_path() / "Рассказ.html0").string());
+  std::string bytes;
+  ASSERT_TRUE(common::ReadWholeFile(source.parent_path() / "Рассказ.html0", bytes));
+  EXPECT_EQ(bytes.rfind("<!pwfile", 0), 0u);
+  EXPECT_NE(bytes.find("Once there was a road."), std::string::npos);
+  const fs::path chosen = workshop.folder / "chosen";
+  auto there = client.Post("/api/stored", json{{"name", "copy"}, {"folder", chosen.string()}}.dump(), "application/json");
+  EXPECT_EQ(json::parse(there->body)["savedAs"], (chosen / "copy.html0").string());
+  EXPECT_TRUE(fs::exists(chosen / "copy.html0"));
+}
+
+TEST(WorkshopServer, FindAndReplaceRoutes) {
+  RunningWorkshop workshop;
+  httplib::Client client = workshop.Client();
+  // Matches in the text the page sends, with their replacements.
+  auto found = client.Post("/api/find",
+                           json{{"text", "Глава 1\nГлава 22"}, {"what", "Глава (\\d+)"}, {"replacement", "Chapter $1"},
+                                {"regex", true}}.dump(),
+                           "application/json");
+  ASSERT_TRUE(found);
+  const json answer = json::parse(found->body);
+  ASSERT_EQ(answer["ok"], true) << found->body;
+  ASSERT_EQ(answer["matches"].size(), 2u);
+  EXPECT_EQ(answer["matches"][1]["start"], 8);
+  EXPECT_EQ(answer["matches"][1]["end"], 16);
+  EXPECT_EQ(answer["matches"][1]["replacement"], "Chapter 22");
+  // A bad pattern comes back as an answer for the field.
+  auto bad = client.Post("/api/find", json{{"text", "x"}, {"what", "(x"}, {"regex", true}}.dump(), "application/json");
+  EXPECT_EQ(bad->status, 200);
+  EXPECT_EQ(json::parse(bad->body)["ok"], false);
+  EXPECT_FALSE(json::parse(bad->body)["error"].get<std::string>().empty());
+  EXPECT_EQ(client.Post("/api/find", json{{"what", "x"}}.dump(), "application/json")->status, 400);
+
+  // In the HTML of the book the server holds.
+  ASSERT_EQ(client.Post("/api/document?changed=1",
+                        "<html><head><title>old</title></head><body><div>old one</div><div>old two</div></body></html>",
+                        "text/html")->status, 200);
+  auto counted = client.Post("/api/replace-html", json{{"what", "old"}, {"count", true}}.dump(), "application/json");
+  EXPECT_EQ(json::parse(counted->body)["count"], 2);
+  auto replaced = client.Post("/api/replace-html",
+                              json{{"what", "<DIV>old (\\w+)</DIV>"}, {"replacement", "<DIV>new $1</DIV>"}, {"regex", true}}.dump(),
+                              "application/json");
+  const json result = json::parse(replaced->body);
+  ASSERT_EQ(result["ok"], true) << replaced->body;
+  EXPECT_EQ(result["count"], 2);
+  EXPECT_NE(result["html"].get<std::string>().find("<DIV>new two</DIV>"), std::string::npos);
+  EXPECT_NE(client.Get("/book/document")->body.find("<DIV>new one</DIV>"), std::string::npos);
+  // A selection's HTML is replaced and sent back; the book stays.
+  auto part = client.Post("/api/replace-html", json{{"what", "new"}, {"replacement", "NEW"}, {"html", "<b>new</b>"}}.dump(),
+                          "application/json");
+  EXPECT_EQ(json::parse(part->body)["html"], "<b>NEW</b>");
+  EXPECT_NE(client.Get("/book/document")->body.find("<DIV>new one</DIV>"), std::string::npos);
+}
+
+TEST(WorkshopServer, LanguageAndUnsavedQuestionAreKeptInTheSettingsFile) {
+  RunningWorkshop workshop;
+  httplib::Client client = workshop.Client();
+  ASSERT_EQ(client.Post("/api/language", json{{"language", "ru"}}.dump(), "application/json")->status, 200);
+  const json state = json::parse(client.Get("/api/state")->body);
+  EXPECT_EQ(state["language"], "ru");
+  EXPECT_EQ(state["texts"]["unsaved"], std::string(common::MessageText(common::Msg::UnsavedChanges, common::Language::Russian)));
+  EXPECT_EQ(client.Post("/api/language", json{{"language", "de"}}.dump(), "application/json")->status, 400);
+  ASSERT_EQ(client.Post("/api/unsaved-warning", json{{"warn", false}}.dump(), "application/json")->status, 200);
+  EXPECT_EQ(json::parse(client.Get("/api/state")->body)["warnUnsaved"], false);
+  common::Settings read;
+  ASSERT_EQ(shell::RestoreSettings(workshop.server->shell().workshop().settingsFile(), read), shell::RestoreResult::Read);
+  EXPECT_EQ(read.interfaceLanguage, common::Language::Russian);
+  EXPECT_FALSE(read.warnUnsaved);
+}
+
+TEST(WorkshopServer, IdleEndSavesTheBookFirstAndTheNextStartOpensIt) {
+  test::ScratchFolder folder;
+  const fs::path source = folder / "walk.txt";
+  ASSERT_TRUE(common::WriteFileAtomic(source, "Ann Lee\n\nA Walk\n\nThe road went on.\n"));
+  WorkshopOptions options;
+  options.home = (folder / "home").string();
+  options.openBrowser = false;
+  options.idleLimit = std::chrono::seconds(1);
+  {
+    WorkshopServer server(options);
+    ASSERT_TRUE(server.Start());
+    std::thread serving([&server] { server.Serve(); });
+    httplib::Client client("127.0.0.1", server.port());
+    client.set_default_headers({{"Cookie", "pw_secret=" + server.secret()}});
+    ASSERT_EQ(json::parse(client.Post("/api/open", json{{"path", source.string()}}.dump(), "application/json")->body)["ok"], true);
+    std::string document = client.Get("/book/document")->body;
+    document.replace(document.find("The road went on."), 17, "<SPAN id=title><DIV align=center><FONT color=#001950><B>The road went on.</B></FONT></DIV></SPAN>");
+    ASSERT_EQ(client.Post("/api/document?changed=1", document, "text/html")->status, 200);
+    serving.join();  // no page polls: the workshop ends by itself, after saving
+  }
+  // The next start opens the saved book, with its mark.
+  options.idleLimit = std::chrono::seconds(60);
+  WorkshopServer again(options);
+  ASSERT_TRUE(again.Start());
+  const auto reopened = again.editor().Current();
+  EXPECT_EQ(reopened.file.extension(), ".html0");
+  EXPECT_NE(reopened.html.find("<SPAN id=title>"), std::string::npos);
+  EXPECT_NE(reopened.html.find("The road went on."), std::string::npos);
+  again.shell().Exit();
 }
 
 }  // namespace

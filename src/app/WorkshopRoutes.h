@@ -1,0 +1,33 @@
+// The workshop server's routes that live outside WorkshopServer.cpp, each group in its own
+// file, and the small helpers they share.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <string_view>
+
+namespace httplib {
+class Server;
+class Request;
+class Response;
+}  // namespace httplib
+
+namespace pw::app {
+
+class WorkshopServer;
+
+// Answers with `body` as JSON.
+void Reply(httplib::Response& response, const nlohmann::json& body, int status = 200);
+// A Content-Disposition header for a download named `name` (UTF-8): an ASCII stand-in and the
+// real name as filename*.
+std::string AttachmentHeader(std::string_view name);
+// Whether a command's request says the user chose to drop the unsaved changes.
+bool WantsDiscard(const nlohmann::json& in);
+
+// The interface language and the unsaved-changes switch of the settings record.
+void AddSessionRoutes(httplib::Server& server, WorkshopServer& workshop);
+// Find and replace in the book's text and in its HTML.
+void AddFindReplaceRoutes(httplib::Server& server, WorkshopServer& workshop);
+
+}  // namespace pw::app

@@ -115,6 +115,7 @@ async function moveElement(operation, label) {
   const html = element.outerHTML;
   const all = [...editor.bookDocument().querySelectorAll(MOVABLE)];
   const index = all.indexOf(element);
+  editor.closeBurst();  // the typing before the move is its own step, without the marker
   const marker = editor.bookDocument().createElement('span');
   marker.id = MOVED_MARKER_ID;
   element.before(marker);

@@ -19,7 +19,7 @@ let font = { family: '', size: '' };
 // The rules the page adds to the book's frame; they never reach the book itself.
 function pageStyle() {
   const family = font.family ? `font-family: "${font.family.replaceAll('"', '')}", serif;` : '';
-  const width = fullWidth ? '' : 'max-width: 75ch; margin-left: auto; margin-right: auto;';
+  const width = fullWidth ? '' : 'max-width: 75ch !important; margin-left: auto !important; margin-right: auto !important;';
   return `body { ${width} ${family} padding: 0 1.5em 2em; }\n::highlight(pw-find) { background: #ffd54a; color: black; }`;
 }
 

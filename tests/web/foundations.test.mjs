@@ -17,7 +17,8 @@ after(async () => {
 });
 
 const STORY = 'Ann Lee\n\nA Short Walk\n\nChapter One\n\nIt was a quiet morning in the valley.\n\n' +
-              'She said nothing at all.\n\nChapter Two\n\nThe road went on.\n\nChapter Three\n\nThe end came.\n';
+              'She said nothing at all.\n\nChapter Two\n\nThe road went on.\n\nChapter Three\n\nThe end came.\n\n' +
+              'Then there was silence.\n';
 
 async function workshopWithBook(name = 'walk.txt') {
   const home = scratchHome();
@@ -26,7 +27,6 @@ async function workshopWithBook(name = 'walk.txt') {
   writeFileSync(book, STORY);
   const workshop = await startWorkshop(home);
   const { page, context, errors } = await openPage(browser, workshop.address);
-  await page.fill('#OpenPath', '').catch(() => {});
   await page.keyboard.press('Control+o');
   await page.waitForSelector('#OpenDialog[open]');
   await page.fill('#OpenPath', book);
@@ -186,8 +186,12 @@ test('find and replace with a regular expression, one undo step, a bad pattern a
   await page.check('#WholeWordB');
   await page.fill('#FindWhat', 'the');
   await page.click('#FindNextB');
-  await page.waitForFunction(() => /of 2$/.test(document.getElementById('FindStatus').textContent));  // The road, The end
+  // "the valley", "The road", "The end"; not "Then" nor "there".
+  await page.waitForFunction(() => /of 3$/.test(document.getElementById('FindStatus').textContent));
   await page.check('#MatchCaseB');
+  await page.click('#FindNextB');
+  await page.waitForFunction(() => /of 1$/.test(document.getElementById('FindStatus').textContent));
+  await page.fill('#FindWhat', 'thE');
   await page.click('#FindNextB');
   await page.waitForFunction(() => document.getElementById('FindStatus').textContent === 'Not found');
   // A bad pattern is shown at the field, not as a message.

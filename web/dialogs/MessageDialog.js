@@ -24,6 +24,7 @@ function button(id, value) {
 }
 
 let pendingAnswer = null;
+const waiting = [];  // messages that arrived while a question was open
 
 // Shows `message`; messages that arrive while one is shown are added under it.
 export function message(message) {
@@ -31,7 +32,10 @@ export function message(message) {
     text.textContent = `${text.textContent}\n\n${message}`;
     return;
   }
-  if (dialog.open) return;
+  if (dialog.open) {
+    waiting.push(message);
+    return;
+  }
   text.textContent = message;
   buttons.replaceChildren(button('message.ok', 'ok'));
   dialog.showModal();
@@ -55,6 +59,7 @@ dialog.addEventListener('close', () => {
   const resolve = pendingAnswer;
   pendingAnswer = null;
   resolve(['yes', 'no'].includes(dialog.returnValue) ? dialog.returnValue : 'cancel');
+  if (waiting.length) message(waiting.splice(0).join('\n\n'));
 });
 
 export function open(textToShow = '') { message(textToShow); }

@@ -7,7 +7,7 @@ import { openPath } from '../book.js';
 registerTexts({
   en: { 'open.path': 'Book on this machine', 'open.placeholder': '/home/me/books/book.txt', 'open.cancel': 'Cancel',
         'open.ok': 'Open' },
-  ru: { 'open.path': 'Книга на этом компьютере', 'open.placeholder': '/home/я/книги/книга.txt', 'open.cancel': 'Отмена',
+  ru: { 'open.path': 'Книга на этом компьютере', 'open.placeholder': 'путь к файлу книги', 'open.cancel': 'Отмена',
         'open.ok': 'Открыть' },
 });
 

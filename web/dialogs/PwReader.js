@@ -5,6 +5,18 @@ import * as editor from '../editor.js';
 import { registerTexts, translate, t, onLanguage } from '../i18n.js';
 import { registerCommand } from '../menus.js';
 
+// The page geometries by the names the server gives them.
+const GEOMETRY_NAMES = {
+  'full screen': 'весь экран', 'standard book': 'обычная книга', 'pocket book': 'карманная книга',
+  'small square (160x160)': 'малый квадрат (160x160)', 'square (320x320)': 'квадрат (320x320)',
+  'handheld (320x480)': 'карманное устройство (320x480)', 'small handheld (200x240)': 'малое карманное устройство (200x240)',
+  'handheld (240x320)': 'карманное устройство (240x320)', 'large handheld (480x640)': 'большое карманное устройство (480x640)',
+};
+registerTexts({
+  en: Object.fromEntries(Object.keys(GEOMETRY_NAMES).map((name) => [`reader.geometry.${name}`, name])),
+  ru: Object.fromEntries(Object.entries(GEOMETRY_NAMES).map(([name, text]) => [`reader.geometry.${name}`, text])),
+});
+
 registerTexts({
   en: { 'reader.page': 'Page', 'reader.scroll': 'Scroll', 'reader.scrollTip': 'Automatic scrolling',
         'reader.close': 'Close', 'reader.pages': '{0} pages', 'reader.view': 'Reader' },
@@ -77,7 +89,11 @@ export async function open() {
   const answer = await api.getJson('/api/reader');
   if (!answer.ok) { await api.poll(); return; }
   reader = answer;
-  geometrySelect.replaceChildren(...reader.geometries.map((g) => new Option(g.name, g.name)));
+  geometrySelect.replaceChildren(...reader.geometries.map((g) => {
+    const option = new Option(t(`reader.geometry.${g.name}`), g.name);
+    option.dataset.t = `reader.geometry.${g.name}`;
+    return option;
+  }));
   geometrySelect.value = reader.geometry;
   view.onload = () => {
     view.contentDocument.addEventListener('scroll', showPageNumbers);

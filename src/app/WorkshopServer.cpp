@@ -241,20 +241,26 @@ void WorkshopServer::Watch() {
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
     const auto idle = std::chrono::steady_clock::duration(now - lastSeen_.load());
-    if ((idle > options_.idleLimit || endRequested) && EndUnattended(endRequested ? "asked to end" : "no page for a while")) return;
+    if (endRequested && EndUnattended("asked to end", true)) return;
+    if (idle > options_.idleLimit && EndUnattended("no page for " + std::to_string(options_.idleLimit.count()) + " s", false))
+      return;
   }
 }
 
-bool WorkshopServer::EndUnattended(std::string_view reason) {
+bool WorkshopServer::EndUnattended(const std::string& reason, bool evenUnsaved) {
   std::string saved;
   {
     std::lock_guard lock(bookMutex_);
     if (shell_->session().changed()) {
       if (!shell_->SaveFileAndSettings()) {
-        // Never end with changes that could not be saved: wait for the page to come back.
-        std::fprintf(stderr, "pagewright: %.*s, but the book could not be saved; the workshop goes on\n",
-                     static_cast<int>(reason.size()), reason.data());
-        endRequested = false;
+        if (evenUnsaved) {
+          std::printf("Pagewright workshop: %s; the book could not be saved; the workshop has ended\n", reason.c_str());
+          std::fflush(stdout);
+          Stop();
+          return true;
+        }
+        // Never end by itself with changes that could not be saved: wait for the page.
+        std::fprintf(stderr, "pagewright: %s, but the book could not be saved; the workshop goes on\n", reason.c_str());
         lastSeen_ = std::chrono::steady_clock::now().time_since_epoch().count();
         return false;
       }
@@ -262,10 +268,9 @@ bool WorkshopServer::EndUnattended(std::string_view reason) {
     }
   }
   if (saved.empty())
-    std::printf("Pagewright workshop: %.*s; the workshop has ended\n", static_cast<int>(reason.size()), reason.data());
+    std::printf("Pagewright workshop: %s; the workshop has ended\n", reason.c_str());
   else
-    std::printf("Pagewright workshop: %.*s; the book was saved to %s; the workshop has ended\n",
-                static_cast<int>(reason.size()), reason.data(), saved.c_str());
+    std::printf("Pagewright workshop: %s; the book was saved to %s; the workshop has ended\n", reason.c_str(), saved.c_str());
   std::fflush(stdout);
   Stop();
   return true;

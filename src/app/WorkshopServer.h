@@ -130,9 +130,9 @@ class WorkshopServer {
   bool Allowed(const httplib::Request& request, httplib::Response& response) const;
   void Watch();
   // Ends the workshop without the page (idle time, a signal): unsaved changes are saved first
-  // and a line on the terminal says what happened. False (the workshop goes on) when the
-  // changes could not be saved.
-  bool EndUnattended(std::string_view reason);
+  // and a line on the terminal says what happened. When they cannot be saved the workshop goes
+  // on (false), unless `evenUnsaved` (a signal asked it to end).
+  bool EndUnattended(const std::string& reason, bool evenUnsaved);
   // Where "Save as stored book" writes: the folder the user chose, else beside the book's
   // source, else the library folder.
   std::filesystem::path StoredBookFolder(const std::string& chosen);

@@ -248,6 +248,27 @@ Range NextSibling(std::string_view text, size_t pos) {
   return end == npos ? Range{} : Range{p, end};
 }
 
+// A paragraph that shows nothing: no text but blanks and no-break spaces, no picture.
+bool IsEmptyParagraph(std::string_view text, Range range) {
+  const std::string_view piece = text.substr(range.begin, range.end - range.begin);
+  if (!common::StartsWith(piece, "<DIV") && !common::StartsWith(piece, "<div")) return false;
+  for (size_t i = 0; i < piece.size();) {
+    if (piece[i] == '<') {
+      if (piece.substr(i + 1, 3) == "IMG" || piece.substr(i + 1, 3) == "img") return false;
+      const size_t close = piece.find('>', i);
+      if (close == npos) return false;
+      i = close + 1;
+    } else if (piece.substr(i, 6) == "&nbsp;") {
+      i += 6;
+    } else if (IsBlankByte(piece[i])) {
+      ++i;
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
 bool IsBookEnd(std::string_view text, Range range) {
   const std::string_view piece = text.substr(range.begin, range.end - range.begin);
   for (std::string_view mark : kBookEndMarks) {
@@ -367,9 +388,16 @@ bool MoveElement(std::string& document, MoveDirection direction, const common::M
     return false;
   }
   const Range element{marker, elementEnd};
-  const Range neighbour = direction == MoveDirection::Up ? PreviousSibling(text, element.begin)
-                                                         : NextSibling(text, element.end);
+  const bool up = direction == MoveDirection::Up;
+  Range neighbour = up ? PreviousSibling(text, element.begin) : NextSibling(text, element.end);
   if (!neighbour.found() || IsBookEnd(text, neighbour)) return false;
+  // Empty paragraphs show nothing to move past: the element passes them and the next block
+  // that shows something.
+  while (IsEmptyParagraph(text, neighbour)) {
+    const Range further = up ? PreviousSibling(text, neighbour.begin) : NextSibling(text, neighbour.end);
+    if (!further.found() || IsBookEnd(text, further)) break;
+    neighbour = up ? Range{further.begin, neighbour.end} : Range{neighbour.begin, further.end};
+  }
   // The two change places; the blanks between them stay between them.
   const Range first = direction == MoveDirection::Up ? neighbour : element;
   const Range second = direction == MoveDirection::Up ? element : neighbour;

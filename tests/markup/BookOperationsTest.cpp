@@ -236,6 +236,20 @@ TEST_F(MoveElementTest, UpAndDownPastTheNeighbour) {
   EXPECT_TRUE(sink.shown.empty());
 }
 
+TEST_F(MoveElementTest, EmptyParagraphsArePassedWithTheNextBlock) {
+  const std::string empty = P("");
+  std::string doc = Book(Lines({first, empty, empty, Marked(title), second}));
+  EXPECT_TRUE(MoveElement(doc, MoveDirection::Up, messages));
+  EXPECT_EQ(doc, Book(Lines({title, first, empty, empty, second})));
+  doc = Book(Lines({first, Marked(title), empty, second}));
+  EXPECT_TRUE(MoveElement(doc, MoveDirection::Down, messages));
+  EXPECT_EQ(doc, Book(Lines({first, empty, second, title})));
+  // Only empty paragraphs before it: it still moves past them.
+  doc = Book(Lines({empty, Marked(title), first}));
+  EXPECT_TRUE(MoveElement(doc, MoveDirection::Up, messages));
+  EXPECT_EQ(doc, Book(Lines({title, empty, first})));
+}
+
 TEST_F(MoveElementTest, NeverPastTheEndOfTheBookOrOutOfItsParent) {
   const std::string atEnd = Book(Lines({first, title}));
   std::string doc = Book(Lines({first, Marked(title)}));

@@ -130,7 +130,7 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   EXPECT_NE(downloaded->get_header_value("Content-Disposition").find("filename*=UTF-8''%D0%92%D0%BE%D0%B9%D0%BD%D0%B0.fb2"),
             std::string::npos)
       << downloaded->get_header_value("Content-Disposition");
-  for (const auto& f : fb2::ValidateFb2Schema(downloaded->body, test::ShippedDataPath("") / fb2::kFb2SchemaFile))
+  for (const auto& f : fb2::ValidateFb2Schema(downloaded->body, pw::test::ShippedDataPath("") / fb2::kFb2SchemaFile))
     ADD_FAILURE() << f.line << ": " << f.message;
   const std::string fb2Folder = (workshop.folder / "fb2").string();
   auto fb2 = client.Post("/api/fb2",

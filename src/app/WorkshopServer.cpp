@@ -83,7 +83,7 @@ std::string AttachmentHeader(std::string_view name) {
   static constexpr char kHex[] = "0123456789ABCDEF";
   for (const char c : name) {
     const auto byte = static_cast<unsigned char>(c);
-    plain += byte < 0x20 || byte >= 0x7f || c == '"' || c == '\\' ? '_' : c;
+    if ((byte & 0xC0) != 0x80) plain += byte < 0x20 || byte >= 0x7f || c == '"' || c == '\\' ? '_' : c;  // one '_' a character
     const bool alnum = (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
     if (alnum || std::string_view("!#$&+-.^_`|~").find(c) != std::string_view::npos) {
       encoded += c;

@@ -135,7 +135,7 @@ test('move element up and down: the element at the caret moves, no marker is lef
   html = await editorHtml(page);
   assert.doesNotMatch(html, /MovedElSt/);
   // A plain paragraph does not move, and says why.
-  await caretIn(page, 'The end came.');
+  await caretIn(page, 'It was a quiet morning in the valley.');
   await menu(page, 'BookMenu', 'MnMoveElementUp');
   await page.waitForSelector('#MessageDialog[open]');
   assert.match(await page.locator('#MessageText').textContent(), /Only the complete Pagewright elements/);

@@ -131,8 +131,7 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   // The client library decodes the header's escapes: the real name is there.
   EXPECT_NE(downloaded->get_header_value("Content-Disposition").find("filename*=UTF-8''Война.fb2"), std::string::npos)
       << downloaded->get_header_value("Content-Disposition");
-  for (const auto& f : fb2::ValidateFb2Schema(downloaded->body, pw::test::ShippedDataPath("") / fb2::kFb2SchemaFile))
-    ADD_FAILURE() << f.line << ": " << f.message;
+  EXPECT_TRUE(pw::test::IsValidFb2(downloaded->body));
   const std::string fb2Folder = (workshop.folder / "fb2").string();
   auto fb2 = client.Post("/api/fb2",
                          json{{"name", "out"}, {"title", "Made"}, {"library", true}, {"validate", true}, {"folder", fb2Folder}}.dump(),

@@ -51,6 +51,7 @@ test('save, quit and start again: the marks and the typing are back', async () =
   await menu(page, 'FileMenu', 'MnQuit');
   await page.waitForSelector('#EndedNotice');
   assert.equal(await page.locator('#EndedNotice h1').textContent(), 'The workshop has ended');
+  await page.screenshot({ path: join(artifacts, 'ended.png') });
   assert.equal(await workshop.ended, 0);
   let requests = 0;
   page.on('request', () => { requests += 1; });
@@ -212,6 +213,7 @@ test('find and replace with a regular expression, one undo step, a bad pattern a
   await page.click('#ReplaceAllB');
   await page.waitForFunction(() => /^Replaced: [1-9]/.test(document.getElementById('FindStatus').textContent));
   await frame(page).locator('span#subtitle').first().waitFor();
+  await page.screenshot({ path: join(artifacts, 'find-replace.png') });
   assert.deepEqual(errors, []);
   await context.close();
   workshop.process.kill();

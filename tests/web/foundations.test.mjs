@@ -70,6 +70,7 @@ test('save, quit and start again: the marks and the typing are back', async () =
   assert.ok(recent.some((file) => file.endsWith('walk.txt')), recent.join('\n'));  // the source can still be opened
   await second.context.close();
   again.process.kill();
+  await again.ended;
 });
 
 test('one history: typing, marks and Book-menu operations undo and redo in order', async () => {
@@ -106,6 +107,7 @@ test('one history: typing, marks and Book-menu operations undo and redo in order
   assert.deepEqual(errors, []);
   await context.close();
   workshop.process.kill();
+  await workshop.ended;
 });
 
 test('move element up and down: the element at the caret moves, no marker is left', async () => {
@@ -150,6 +152,7 @@ test('move element up and down: the element at the caret moves, no marker is lef
   assert.deepEqual(errors, []);
   await context.close();
   workshop.process.kill();
+  await workshop.ended;
 });
 
 test('find and replace with a regular expression, one undo step, a bad pattern at its field', async () => {
@@ -217,6 +220,7 @@ test('find and replace with a regular expression, one undo step, a bad pattern a
   assert.deepEqual(errors, []);
   await context.close();
   workshop.process.kill();
+  await workshop.ended;
 });
 
 test('the page after the server ended by itself stops asking it', async () => {
@@ -259,4 +263,5 @@ test('unsaved changes are asked about before another book replaces them', async 
   assert.match(recent[0], /walk\.html0$/);
   await context.close();
   workshop.process.kill();
+  await workshop.ended;
 });

@@ -17,7 +17,9 @@ before(async () => {
 });
 after(async () => {
   await browser?.close();
+  // The workshop saves on its way out: the folder goes once it has ended.
   workshop?.process.kill();
+  await workshop?.ended;
   rmSync(home, { recursive: true, force: true });
 });
 

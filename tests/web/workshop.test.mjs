@@ -38,7 +38,12 @@ before(async () => {
 
 after(async () => {
   await browser?.close();
-  workshop?.kill();
+  // The workshop saves on its way out: the folder goes once it has ended.
+  if (workshop && workshop.exitCode === null) {
+    const ended = new Promise((resolve) => workshop.on('exit', resolve));
+    workshop.kill();
+    await ended;
+  }
   rmSync(home, { recursive: true, force: true });
 });
 

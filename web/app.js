@@ -17,6 +17,12 @@ import './dialogs/Fb2F.js';
 import './dialogs/MakePwFileF.js';
 import './dialogs/Fb2SectionEditorF.js';
 import './dialogs/PwReader.js';
+import './dialogs/CleanUpF.js';
+import './dialogs/ValidParEndsF.js';
+import './paragraphs.js';
+import './dialogs/ToolFloatF.js';
+import './dialogs/InputSettingsF.js';
+import './dialogs/SettingsF.js';
 import './dialogs/FindReplaceF.js';
 
 registerTexts({

@@ -8,7 +8,7 @@
 
 #include <algorithm>
 
-#include "app/CorrectorRoutes.h"
+#include "app/WorkshopRoutes.h"
 #include "app/WorkshopServer.h"
 #include "common/Files.h"
 #include "common/Text.h"
@@ -30,11 +30,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using json = nlohmann::json;
-
-void Answer(httplib::Response& response, const json& body, int status = 200) {
-  response.status = status;
-  response.set_content(body.dump(), "application/json");
-}
 
 json Parse(const httplib::Request& request) {
   json in = json::parse(request.body, nullptr, false);
@@ -125,7 +120,7 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
         files.push_back(entry.path().filename().string());
     std::sort(files.begin(), files.end());
     const common::Settings& settings = workshop.shell().settings();
-    Answer(response, {{"files", files},
+    Reply(response, {{"files", files},
                      {"folder", folder.string()},
                      {"slots", {{"before", SlotJson(settings.cleanUpBefore, folder)},
                                 {"after", SlotJson(settings.cleanUpAfter, folder)},
@@ -140,15 +135,15 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
     corrector::CleanUpTable table;
     std::string error;
     if (name.empty() || !corrector::LoadReplacementTable(workshop.shell().workshop().bookCleaner() / name, table, error))
-      return Answer(response, {{"ok", false}, {"error", name + ": " + error}});
-    Answer(response, TableJson(name, table));
+      return Reply(response, {{"ok", false}, {"error", name + ": " + error}});
+    Reply(response, TableJson(name, table));
   });
 
   // Saving asks first when the file exists: the answer says so and the page asks "Replace?".
   server.Post("/api/cleanup/save", [&workshop](const httplib::Request& request, httplib::Response& response) {
     const json in = Parse(request);
     const std::string name = RuleFileName(Text(in, "name"));
-    if (name.empty()) return Answer(response, {{"ok", false}, {"error", "no file name"}}, 400);
+    if (name.empty()) return Reply(response, {{"ok", false}, {"error", "no file name"}}, 400);
     corrector::CleanUpTable table;
     table.rows = RowsFrom(in);
     table.comment = Text(in, "comment");
@@ -157,15 +152,15 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
     const fs::path path = workshop.shell().workshop().bookCleaner() / name;
     std::error_code ec;
     if (fs::exists(path, ec) && !Flag(in, "replace"))
-      return Answer(response, {{"ok", false}, {"exists", true}, {"path", path.string()}, {"name", name}});
+      return Reply(response, {{"ok", false}, {"exists", true}, {"path", path.string()}, {"name", name}});
     std::string error;
-    if (!corrector::SaveReplacementTable(path, table, error)) return Answer(response, {{"ok", false}, {"error", error}});
-    Answer(response, {{"ok", true}, {"name", name}});
+    if (!corrector::SaveReplacementTable(path, table, error)) return Reply(response, {{"ok", false}, {"error", error}});
+    Reply(response, {{"ok", true}, {"name", name}});
   });
 
   server.Post("/api/cleanup/delete", [&workshop](const httplib::Request& request, httplib::Response& response) {
     const json in = Parse(request);
-    if (!in.contains("names") || !in["names"].is_array()) return Answer(response, {{"ok", false}}, 400);
+    if (!in.contains("names") || !in["names"].is_array()) return Reply(response, {{"ok", false}}, 400);
     std::lock_guard lock(workshop.bookMutex());
     size_t deleted = 0;
     for (const json& entry : in["names"]) {
@@ -174,7 +169,7 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
       std::error_code ec;
       if (!name.empty() && fs::remove(workshop.shell().workshop().bookCleaner() / name, ec)) ++deleted;
     }
-    Answer(response, {{"ok", deleted > 0}, {"deleted", deleted}});
+    Reply(response, {{"ok", deleted > 0}, {"deleted", deleted}});
   });
 
   // An old ".dat" file, sent as text, becomes a rule file of the same base name at once.
@@ -187,11 +182,11 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
     const std::string name = RuleFileName(fs::path(Text(in, "name")).stem().string());
     if (name.empty() || !corrector::ParseOldRuleFile(Text(in, "text"), table, error)) {
       messages.Show(common::Msg::CannotImportFile);
-      return Answer(response, {{"ok", false}});
+      return Reply(response, {{"ok", false}});
     }
     if (!corrector::SaveReplacementTable(workshop.shell().workshop().bookCleaner() / name, table, error))
-      return Answer(response, {{"ok", false}, {"error", error}});
-    Answer(response, TableJson(name, table));
+      return Reply(response, {{"ok", false}, {"error", error}});
+    Reply(response, TableJson(name, table));
   });
 
   // A table command: the rows, the page's clipboard and the selected rows in, the new rows and
@@ -221,18 +216,18 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
     else if (command == "checkall") editor.CheckAll(true);
     else if (command == "uncheckall") editor.CheckAll(false);
     else if (command == "clear") editor.Clear();
-    else return Answer(response, {{"ok", false}, {"error", "unknown command"}}, 400);
+    else return Reply(response, {{"ok", false}, {"error", "unknown command"}}, 400);
     if (message) {
       std::lock_guard lock(workshop.bookMutex());
       common::Messages messages(workshop.channel(), workshop.shell().settings().interfaceLanguage);
-      return Answer(response, {{"ok", false}, {"message", messages.Text(*message)}});
+      return Reply(response, {{"ok", false}, {"message", messages.Text(*message)}});
     }
-    Answer(response, {{"ok", true}, {"rows", RowsJson(table.rows)}, {"clipboard", {{"rows", RowsJson(editor.clipboard())}}},
+    Reply(response, {{"ok", true}, {"rows", RowsJson(table.rows)}, {"clipboard", {{"rows", RowsJson(editor.clipboard())}}},
                       {"changed", editor.changed()}});
   });
 
   server.Post("/api/cleanup/validate", [](const httplib::Request& request, httplib::Response& response) {
-    Answer(response, {{"problems", ProblemsJson(corrector::ValidateRules(RowsFrom(Parse(request))))}});
+    Reply(response, {{"problems", ProblemsJson(corrector::ValidateRules(RowsFrom(Parse(request))))}});
   });
 
   // The slots and the table font, kept in the settings file at once.
@@ -251,7 +246,7 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
     if (std::find(std::begin(kSizes), std::end(kSizes), size) != std::end(kSizes)) settings.cleanUpTableFontSize = size;
     const std::string weight = Text(in, "fontWeight");
     if (weight == "bold" || weight == "normal") settings.cleanUpTableFontWeight = weight;
-    Answer(response, {{"ok", shell::SaveSettings(workshop.shell().workshop().settingsFile(), settings)}});
+    Reply(response, {{"ok", shell::SaveSettings(workshop.shell().workshop().settingsFile(), settings)}});
   });
 
   // CleanAllB and CleanSelB: the table runs over the HTML the page sends (the book's body, or
@@ -260,7 +255,7 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
     const json in = Parse(request);
     const auto rows = RowsFrom(in);
     const auto problems = corrector::ValidateRules(rows);
-    if (!problems.empty()) return Answer(response, {{"ok", false}, {"problems", ProblemsJson(problems)}});
+    if (!problems.empty()) return Reply(response, {{"ok", false}, {"problems", ProblemsJson(problems)}});
     std::lock_guard lock(workshop.bookMutex());
     const common::Settings& settings = workshop.shell().settings();
     common::Messages messages(workshop.channel(), settings.interfaceLanguage);
@@ -272,7 +267,7 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
       auto result = corrector::CleanUpFragment(fragment, rows, BookCodePage(settings), workshop.channel(), &report);
       if (result.message) {
         messages.Show(*result.message);
-        return Answer(response, {{"ok", false}});
+        return Reply(response, {{"ok", false}});
       }
       html = std::move(result.html);
     } else {
@@ -283,27 +278,27 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
     }
     for (const std::string& error : report.errors) messages.ShowText(error);
     workshop.shell().session().MarkChanged();
-    Answer(response, {{"ok", true}, {"html", html}, {"counts", report.counts}});
+    Reply(response, {{"ok", true}, {"html", html}, {"counts", report.counts}});
   });
 
   // ----- Paragraph lists and repair -----
   server.Post("/api/paragraphs", [&workshop](const httplib::Request& request, httplib::Response& response) {
     const json in = Parse(request);
     corrector::ParagraphCheck check;
-    if (!corrector::ParseParagraphCheck(Text(in, "check"), check)) return Answer(response, {{"ok", false}}, 400);
+    if (!corrector::ParseParagraphCheck(Text(in, "check"), check)) return Reply(response, {{"ok", false}}, 400);
     std::lock_guard lock(workshop.bookMutex());
     const std::string ends = ValidEnds(workshop.shell().settings());
     json items = json::array();
     for (const auto& item : corrector::ListParagraphs(markup::ToBookSpelling(Text(in, "html")), check, ends))
       items.push_back({{"index", item.index}, {"shown", item.shown}});
-    Answer(response, {{"ok", true}, {"items", items}});
+    Reply(response, {{"ok", true}, {"items", items}});
   });
 
   // The good paragraph ends: as typed, the default and the preview; "done" keeps them.
   server.Get("/api/paragraph-ends", [&workshop](const httplib::Request&, httplib::Response& response) {
     std::lock_guard lock(workshop.bookMutex());
     const common::Settings& settings = workshop.shell().settings();
-    Answer(response, {{"typed", settings.validParagraphEnds},
+    Reply(response, {{"typed", settings.validParagraphEnds},
                      {"default", corrector::kDefaultParagraphEnds},
                      {"preview", corrector::ParagraphEnds::Preview(settings.validParagraphEnds, BookCodePage(settings))}});
   });
@@ -318,7 +313,7 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
       settings.validParagraphEnds = typed;
       saved = shell::SaveSettings(workshop.shell().workshop().settingsFile(), settings);
     }
-    Answer(response, {{"ok", true}, {"preview", preview}, {"saved", saved}});
+    Reply(response, {{"ok", true}, {"preview", preview}, {"saved", saved}});
   });
 
   // Commands over the whole body: page breaks, joining, words shifted up, hyphenation.
@@ -335,9 +330,9 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
     const common::Settings& settings = workshop.shell().settings();
     common::Messages messages(workshop.channel(), settings.interfaceLanguage);
     const auto result = corrector::ApplyBodyCommand(command, body, input, ValidEnds(settings), workshop.channel(), messages);
-    if (!result.known) return Answer(response, {{"ok", false}, {"error", "unknown command"}}, 400);
+    if (!result.known) return Reply(response, {{"ok", false}, {"error", "unknown command"}}, 400);
     if (result.changed) workshop.shell().session().MarkChanged();
-    Answer(response, {{"ok", true}, {"changed", result.changed}, {"html", result.changed ? body : std::string()},
+    Reply(response, {{"ok", true}, {"changed", result.changed}, {"html", result.changed ? body : std::string()},
                      {"language", input.language}});
   });
 
@@ -353,7 +348,7 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
                           {"operation", command.operation},
                           {"en", command.english},
                           {"ru", command.russian}});
-    Answer(response, {{"commands", commands}});
+    Reply(response, {{"commands", commands}});
   });
 
   server.Post("/api/palette/select", [](const httplib::Request& request, httplib::Response& response) {
@@ -363,8 +358,8 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
     };
     const auto step = corrector::StepElementSelection(Text(in, "command"), {number("first"), number("last")},
                                                       number("count"));
-    if (!step) return Answer(response, {{"ok", false}});
-    Answer(response, {{"ok", true}, {"first", step->first}, {"last", step->last}});
+    if (!step) return Reply(response, {{"ok", false}});
+    Reply(response, {{"ok", true}, {"first", step->first}, {"last", step->last}});
   });
 
   server.Post("/api/structure", [&workshop](const httplib::Request& request, httplib::Response& response) {
@@ -374,14 +369,14 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
     common::Messages messages(workshop.channel(), settings.interfaceLanguage);
     const auto result = corrector::ApplyStructureCommand(Text(in, "command"), markup::ToBookSpelling(Text(in, "html")),
                                                          settings, messages);
-    if (!result.known) return Answer(response, {{"ok", false}, {"error", "unknown command"}}, 400);
+    if (!result.known) return Reply(response, {{"ok", false}, {"error", "unknown command"}}, 400);
     if (result.replace) workshop.shell().session().MarkChanged();
-    Answer(response, {{"ok", true}, {"replace", result.replace}, {"html", result.html}});
+    Reply(response, {{"ok", true}, {"replace", result.replace}, {"html", result.html}});
   });
 
   server.Post("/api/bookinfo", [](const httplib::Request& request, httplib::Response& response) {
     const auto s = corrector::CountBookStatistics(markup::ToBookSpelling(Text(Parse(request), "html")));
-    Answer(response, {{"paragraphs", s.paragraphs}, {"words", s.words}, {"characters", s.characters},
+    Reply(response, {{"paragraphs", s.paragraphs}, {"words", s.words}, {"characters", s.characters},
                      {"bookAuthors", s.bookAuthors}, {"bookTitles", s.bookTitles}, {"titles", s.titles},
                      {"subtitles", s.subtitles}, {"epigraphs", s.epigraphs}, {"verses", s.verses},
                      {"cites", s.cites}, {"textAuthors", s.textAuthors}, {"annotations", s.annotations},

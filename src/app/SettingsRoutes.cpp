@@ -8,7 +8,7 @@
 #include <cctype>
 #include <span>
 
-#include "app/CorrectorRoutes.h"
+#include "app/WorkshopRoutes.h"
 #include "app/WorkshopServer.h"
 #include "shell/ImportOptions.h"
 #include "shell/SettingsFile.h"
@@ -18,11 +18,6 @@ namespace pw::app {
 namespace {
 
 using json = nlohmann::json;
-
-void Answer(httplib::Response& response, const json& body, int status = 200) {
-  response.status = status;
-  response.set_content(body.dump(), "application/json");
-}
 
 constexpr std::string_view kFontSizes[] = {"x-small", "small", "medium", "large", "x-large", "xx-large"};
 constexpr std::string_view kWeights[] = {"normal", "bold"};
@@ -169,23 +164,23 @@ void ApplySettings(const json& in, common::Settings& settings, std::vector<std::
 void AddSettingsRoutes(httplib::Server& server, WorkshopServer& workshop) {
   server.Get("/api/settings", [&workshop](const httplib::Request&, httplib::Response& response) {
     std::lock_guard lock(workshop.bookMutex());
-    Answer(response, SettingsJson(workshop.shell().settings()));
+    Reply(response, SettingsJson(workshop.shell().settings()));
   });
 
   // Only the fields given change; a refused value changes nothing of the rest and is named.
   server.Post("/api/settings", [&workshop](const httplib::Request& request, httplib::Response& response) {
     const json in = json::parse(request.body, nullptr, false);
-    if (!in.is_object()) return Answer(response, {{"ok", false}}, 400);
+    if (!in.is_object()) return Reply(response, {{"ok", false}}, 400);
     std::lock_guard lock(workshop.bookMutex());
     common::Settings changed = workshop.shell().settings();
     std::vector<std::string> refused;
     ApplySettings(in, changed, refused);
-    if (!refused.empty()) return Answer(response, {{"ok", false}, {"refused", refused}}, 422);
+    if (!refused.empty()) return Reply(response, {{"ok", false}, {"refused", refused}}, 422);
     workshop.shell().settings() = changed;
     const bool saved = shell::SaveSettings(workshop.shell().workshop().settingsFile(), changed);
     json out = SettingsJson(changed);
     out["ok"] = saved;
-    Answer(response, out);
+    Reply(response, out);
   });
 }
 

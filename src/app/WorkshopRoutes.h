@@ -30,4 +30,9 @@ void AddSessionRoutes(httplib::Server& server, WorkshopServer& workshop);
 // Find and replace in the book's text and in its HTML.
 void AddFindReplaceRoutes(httplib::Server& server, WorkshopServer& workshop);
 
+// The Book Cleaner, paragraph lists and repair, hyphenation and the corrector palette.
+void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop);
+// The settings record as the settings and import-settings dialogs change it.
+void AddSettingsRoutes(httplib::Server& server, WorkshopServer& workshop);
+
 }  // namespace pw::app

@@ -12,7 +12,6 @@
 #include <random>
 
 #include "app/WebFiles.h"
-#include "app/CorrectorRoutes.h"
 #include "app/WorkshopRoutes.h"
 #include "common/Files.h"
 #include "common/Session.h"
@@ -202,6 +201,8 @@ bool WorkshopServer::Start() {
   Routes();
   AddSessionRoutes(*server_, *this);
   AddFindReplaceRoutes(*server_, *this);
+  AddCorrectorRoutes(*server_, *this);
+  AddSettingsRoutes(*server_, *this);
   if (options_.port > 0) {
     if (!server_->bind_to_port("127.0.0.1", options_.port)) return false;
     port_ = options_.port;
@@ -315,9 +316,6 @@ void WorkshopServer::Routes() {
     channel_.EndChain();  // every chain leaves the status line clear, ended or failed
     PublishBookState();
   });
-
-  AddCorrectorRoutes(server, *this);
-  AddSettingsRoutes(server, *this);
 
   // The page and its files.
   server.Get("/", [this](const httplib::Request&, httplib::Response& response) {

@@ -62,10 +62,10 @@ for (const megabytes of sizes) {
   }, 50);
   await page.keyboard.press('Control+o');
   await page.fill('#OpenPath', book);
-  const start = Date.now();
+  const openedAt = Date.now();
   await page.click('#OpenOk');
   await page.frameLocator('#editor').locator('text=THE LAST LINE OF THE BOOK.').waitFor({ timeout: 120000 });
-  const opened = (Date.now() - start) / 1000;
+  const opened = (Date.now() - openedAt) / 1000;
   clearInterval(watch);
   const saveStart = Date.now();
   await page.keyboard.press('Control+s');
@@ -74,7 +74,9 @@ for (const megabytes of sizes) {
   console.log(`${(text.length / 1048576).toFixed(1)} MB text book: shown in ${opened.toFixed(2)} s, saved in ${saved.toFixed(2)} s` +
               (sawStatus ? ` (status seen: "${sawStatus}")` : ''));
   await page.close();
+  const ended = new Promise((resolve) => workshop.on('exit', resolve));
   workshop.kill();
+  await ended;  // it saves on its way out
   rmSync(home, { recursive: true, force: true });
 }
 await browser.close();

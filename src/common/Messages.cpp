@@ -123,6 +123,12 @@ constexpr std::array kMessages{
                "\"Автор. Название\")"},
     MessageRow{Msg::NoFollowingParagraph, "no paragraph follows this one directly - nothing to join",
                "сразу за этим абзацем нет абзаца - соединять нечего"},
+    MessageRow{Msg::PalmCannotUnpack, "cannot unpack Palm-file", "невозможно распаковать Palm-файл"},
+    MessageRow{Msg::PalmProtected,
+               "cannot unpack Palm-file: the book is protected by DRM (its text is encrypted), only books "
+               "without protection can be read: ",
+               "невозможно распаковать Palm-файл: книга защищена DRM (её текст зашифрован), читаются только "
+               "книги без защиты: "},
 };
 static_assert(kMessages.size() == static_cast<size_t>(Msg::Count_),
               "every message needs its row");

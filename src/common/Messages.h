@@ -63,6 +63,8 @@ enum class Msg {
   ToolMissing,              // + program name
   AuthorTitleBadSelection,
   NoFollowingParagraph,
+  PalmCannotUnpack,         // + ": " + name
+  PalmProtected,            // + name
   Count_                    // keep last
 };
 

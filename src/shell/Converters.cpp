@@ -6,6 +6,7 @@
 #include "import/HtmlToBook.h"
 #include "shell/ArchiveInput.h"
 #include "shell/CitationFile.h"
+#include "shell/PalmInput.h"
 #include "shell/StoredBookInput.h"
 #include "shell/TextInput.h"
 #include "shell/ToolInput.h"
@@ -25,6 +26,8 @@ constexpr StatusRow kStatuses[] = {
     {"tcr", "...converting tcr to html..."},
     {"pdb", "...converting Palm file to html..."},
     {"prc", "...converting Palm file to html..."},
+    {"mobi", "...converting Palm file to html..."},
+    {"azw", "...converting Palm file to html..."},
     {"kml", "...converting kml file to html..."},
     {"xml", "...converting xml to html..."},
     {"fb2", "...converting fb2 to html..."},
@@ -54,6 +57,7 @@ ConverterRegistry MakeBuiltInConverters() {
   registry.Add({"text", {"txt"}, ConvertTextBook});
   registry.Add({"tcr book", {"tcr"}, ConvertTcrBook});
   registry.Add({"kml book", {"kml"}, ConvertKmlBook});
+  registry.Add({"Palm book", {"prc", "pdb", "mobi", "azw"}, ConvertPalmBook});
   registry.Add({"HTML page", {"htm", "html", "shtml"}, ConvertHtmlBook});
   registry.Add({"PDF document", {"pdf"}, ConvertPdfBook});
   registry.Add({"office document", {"doc", "rtf"}, ConvertOfficeBook});
@@ -66,11 +70,11 @@ ConverterRegistry MakeBuiltInConverters() {
 }  // namespace
 
 const std::string_view kOpenDialogFilter =
-    "all (*.txt;*.htm;*.html;*.shtml;*.doc;*.rtf;*.pdf;*.lit;*.prc;*.pdb;*.rb;*.kml;*.fb2;*.xml;*.tcr;"
-    "*.html0;*.cit;*.zip;*.rar)|*.txt;*.htm;*.html;*.shtml;*.doc;*.rtf;*.pdf;*.lit;*.prc;*.pdb;*.rb;*.kml;"
-    "*.fb2;*.xml;*.tcr;*.html0;*.cit;*.zip;*.rar|txt files (*.txt)|*.txt|html files (*.htm;*.html;*.shtml)|"
+    "all (*.txt;*.htm;*.html;*.shtml;*.doc;*.rtf;*.pdf;*.lit;*.prc;*.mobi;*.azw;*.pdb;*.rb;*.kml;*.fb2;*.xml;"
+    "*.tcr;*.html0;*.cit;*.zip;*.rar)|*.txt;*.htm;*.html;*.shtml;*.doc;*.rtf;*.pdf;*.lit;*.prc;*.mobi;*.azw;*.pdb;"
+    "*.rb;*.kml;*.fb2;*.xml;*.tcr;*.html0;*.cit;*.zip;*.rar|txt files (*.txt)|*.txt|html files (*.htm;*.html;*.shtml)|"
     "*.htm;*.html;*.shtml|doc files (*.doc)|*.doc|rtf files (*.rtf)|*.rtf|pdf files (*.pdf)|*.pdf|"
-    "lit files (*.lit)|*.lit|prc files (*.prc)|*.prc|pdb files (*.pdb)|*.pdb|"
+    "lit files (*.lit)|*.lit|prc files (*.prc;*.mobi;*.azw)|*.prc;*.mobi;*.azw|pdb files (*.pdb)|*.pdb|"
     "rb files (*.rb)|*.rb|kml files (*.kml)|*.kml|FictionBook files (*.fb2)|*.fb2|"
     "xml files (*.xml)|*.xml|tcr files (*.tcr)|*.tcr|Pagewright files (*.html0;*.cit)|*.html0;*.cit|"
     "archive files (*.zip;*.rar)|*.zip;*.rar|";

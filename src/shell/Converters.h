@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 // The book extensions the session opens, in order, and the archives it unpacks first.
 inline constexpr std::string_view kSupportedExtensions[] = {
     "txt", "htm", "html", "shtml", "doc", "rtf", "pdf", "lit", "prc",
-    "pdb", "rb",  "kml",  "fb2",   "xml", "tcr", "html0", "cit"};
+    "pdb", "rb",  "kml",  "fb2",   "xml", "tcr", "html0", "cit", "mobi", "azw"};
 inline constexpr std::string_view kArchiveExtensions[] = {"zip", "rar"};
 
 // The filter string of the open dialog.

@@ -19,6 +19,8 @@ fs::path RuleFolderOf(const ConvertJob& job) {
   return WorkshopFolder{temp.parent_path()}.bookCleaner();
 }
 
+}  // namespace
+
 import::TextImportOptions TextOptions(const ConvertJob& job, std::string_view sourceType) {
   import::TextImportOptions options;
   options.sourceType = std::string(sourceType);
@@ -27,8 +29,6 @@ import::TextImportOptions TextOptions(const ConvertJob& job, std::string_view so
   options.extractText = import::ExtractTextFromHtml;
   return options;
 }
-
-}  // namespace
 
 bool ConvertTextBook(ConvertJob& job) {
   return import::ConvertTxtToHtml0(job.input, job.workingDocument, {}, job.session,

@@ -44,7 +44,7 @@ bool WritePictures(const PalmBook& book, const fs::path& folder) {
   return true;
 }
 
-// The author and title headings after the body tag, for a book whose text did not name them.
+// The author and title headings after the body tag (empty ones are left out).
 void InsertBookHeadings(std::string& document, const std::string& author, const std::string& title,
                         const common::ElementColours& colours) {
   std::string headings;
@@ -80,8 +80,10 @@ bool ConvertMarkup(ConvertJob& job, const PalmBook& book, std::string author, st
     options.bookAuthor = author;
     options.bookTitle = title;
     document = import::ConvertTextToBook(text, import::TextTarget::Html0, session, options);
-  } else if (report.bookAuthor.empty() && report.bookTitle.empty()) {
-    InsertBookHeadings(document, author, title, session.settings.elementColours);
+  } else {
+    // What the text's own first headings name stays; the container fills in the rest.
+    InsertBookHeadings(document, report.bookAuthor.empty() ? author : std::string(),
+                       report.bookTitle.empty() ? title : std::string(), session.settings.elementColours);
   }
   if (!common::WriteFileAtomic(job.workingDocument, document)) {
     session.messages.Show(common::Msg::ErrorWritingFile, job.workingDocument.string());

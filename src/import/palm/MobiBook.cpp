@@ -1,6 +1,8 @@
 #include "import/palm/MobiBook.h"
 
+#include <algorithm>
 #include <map>
+#include <vector>
 #include <optional>
 
 #include "common/Text.h"
@@ -139,6 +141,62 @@ std::string LinkRecordPictures(std::string_view html, const PalmBook& book) {
   return out;
 }
 
+std::string LinkFilePositions(std::string_view html) {
+  constexpr std::string_view kKey = "filepos=";
+  // Where each link attribute stands and what position it names.
+  struct Link {
+    size_t at, end;
+    size_t target;
+  };
+  std::vector<Link> links;
+  std::vector<size_t> targets;
+  for (size_t at = common::FindAsciiCaseless(html, kKey); at != std::string_view::npos;
+       at = common::FindAsciiCaseless(html, kKey, at + 1)) {
+    size_t end = at + kKey.size();
+    const bool quoted = end < html.size() && (html[end] == '"' || html[end] == '\'');
+    if (quoted) ++end;
+    size_t target = 0;
+    size_t digits = 0;
+    for (; end < html.size() && digits < 10 && html[end] >= '0' && html[end] <= '9'; ++end, ++digits)
+      target = target * 10 + static_cast<size_t>(html[end] - '0');
+    if (quoted && end < html.size() && (html[end] == '"' || html[end] == '\'')) ++end;
+    if (digits == 0 || target >= html.size() || at == 0 || html[at - 1] != ' ') continue;
+    links.push_back({at, end, target});
+    // An anchor inside a tag goes before the tag.
+    const size_t open = html.rfind('<', target);
+    const size_t close = html.rfind('>', target);
+    if (open != std::string_view::npos && (close == std::string_view::npos || close < open)) target = open;
+    links.back().target = target;
+    targets.push_back(target);
+  }
+  if (links.empty()) return std::string(html);
+  std::sort(targets.begin(), targets.end());
+  targets.erase(std::unique(targets.begin(), targets.end()), targets.end());
+
+  std::string out;
+  out.reserve(html.size() + 40 * (links.size() + targets.size()));
+  size_t done = 0;
+  size_t nextTarget = 0;
+  size_t nextLink = 0;
+  while (nextTarget < targets.size() || nextLink < links.size()) {
+    const size_t target = nextTarget < targets.size() ? targets[nextTarget] : std::string_view::npos;
+    const size_t link = nextLink < links.size() ? links[nextLink].at : std::string_view::npos;
+    if (target <= link) {
+      out.append(html, done, target - done);
+      out += "<a id=\"filepos" + std::to_string(target) + "\"></a>";
+      done = target;
+      ++nextTarget;
+    } else {
+      out.append(html, done, link - done);
+      out += "href=\"#filepos" + std::to_string(links[nextLink].target) + "\"";
+      done = links[nextLink].end;
+      ++nextLink;
+    }
+  }
+  out.append(html, done, std::string_view::npos);
+  return out;
+}
+
 PalmFailure ReadMobipocket(const PalmDatabase& database, PalmBook& book) {
   book.format = PalmFormat::Mobipocket;
   const std::string_view record0 = database.Record(0);
@@ -182,12 +240,16 @@ PalmFailure ReadMobipocket(const PalmDatabase& database, PalmBook& book) {
   } else {
     return PalmFailure::UnsupportedCompression;
   }
-  if (const PalmFailure failure = UnpackTextRecords(database, 1, recordCount, unpack, book.text);
+  // A record count that runs into the picture or Huffman records is cut where they start.
+  size_t lastText = recordCount;
+  if (header->firstPicture != kNone && header->firstPicture > 1) lastText = std::min<size_t>(lastText, header->firstPicture - 1);
+  if (compression == 17480 && header->huffRecord > 1) lastText = std::min<size_t>(lastText, header->huffRecord - 1);
+  if (const PalmFailure failure = UnpackTextRecords(database, 1, lastText, unpack, book.text);
       failure != PalmFailure::None)
     return failure;
   book.markup = LooksLikeHtml(book.text);
 
-  if (header->firstPicture != kNone && header->firstPicture > recordCount &&
+  if (header->firstPicture != kNone && header->firstPicture > lastText &&
       header->firstPicture < database.records.size()) {
     for (size_t i = header->firstPicture; i < database.records.size() && i - header->firstPicture < 9999; ++i) {
       const std::string_view extension = PictureExtension(database.records[i]);
@@ -199,7 +261,7 @@ PalmFailure ReadMobipocket(const PalmDatabase& database, PalmBook& book) {
       book.pictures.push_back({std::move(name), database.records[i], number});
     }
   }
-  if (book.markup) book.text = LinkRecordPictures(book.text, book);
+  if (book.markup) book.text = LinkRecordPictures(LinkFilePositions(book.text), book);
   return PalmFailure::None;
 }
 

@@ -27,4 +27,10 @@ size_t TextLengthWithoutTrailers(std::string_view record, uint16_t flags);
 // src="picture0003.jpg">` when picture 3 exists. Other tags stay as they are.
 std::string LinkRecordPictures(std::string_view html, const PalmBook& book);
 
+// Turns the links by byte position of a Mobipocket text (`<a filepos=0000012345>`) into links
+// to anchors: an anchor `<a id="filepos12345"></a>` is written where each position points
+// (before the tag it falls in), and the link becomes `<a href="#filepos12345">`. Positions
+// past the end of the text are left alone.
+std::string LinkFilePositions(std::string_view html);
+
 }  // namespace pw::import::palm

@@ -35,6 +35,7 @@ PalmFailure ReadPalmDoc(const PalmDatabase& database, PalmBook& book) {
     return failure;
   book.encoding = TextEncoding::Unknown;
   book.markup = LooksLikeHtml(book.text);
+  if (book.markup) book.text = LinkFilePositions(book.text);
   return PalmFailure::None;
 }
 

@@ -169,7 +169,7 @@ std::string RunPalmHtmlChain(std::string html, common::Session& session, const s
   step(10);
   step(11);
 
-  step(12);  // Links by byte position lead nowhere once the text is rewritten.
+  step(12);  // Links by byte position that the reader could not turn into anchors lead nowhere.
   html = RemoveAttribute(html, "filepos");
 
   step(13);  // Blank lines before the first text are not the book's.

@@ -30,6 +30,15 @@ TEST(MobiBook, TrailingEntriesAreCutOffEachRecord) {
   EXPECT_EQ(TextLengthWithoutTrailers("", 0xFFFF), 0u);
 }
 
+TEST(MobiBook, LinksByPositionLeadToAnchors) {
+  EXPECT_EQ(LinkFilePositions("<p>ab</p><a filepos=0000000009>x</a><a FILEPOS=\"1\">y</a>"),
+            "<a id=\"filepos0\"></a><p>ab</p><a id=\"filepos9\"></a><a href=\"#filepos9\">x</a>"
+            "<a href=\"#filepos0\">y</a>");
+  // Past the end, without digits, or not an attribute: left as it is.
+  for (const std::string_view html : {"<a filepos=0000009999>x</a>", "<a filepos=>x</a>", "<p>filepos=1</p>"})
+    EXPECT_EQ(LinkFilePositions(html), html);
+}
+
 TEST(MobiBook, TextAuthorTitleAndPictures) {
   for (const uint16_t compression : {1, 2}) {
     fx::MobiSpec spec;

@@ -107,6 +107,7 @@ std::string EReaderMarkupToUtf8(std::string_view markup, bool html) {
       ++at;
       continue;
     }
+    if (static_cast<unsigned char>(rest[0]) >= 0x80) continue;  // no code: the backslash alone goes
     if (rest[0] == 'v') {  // hidden text, a comment
       invisible = !invisible;
       ++at;

@@ -22,23 +22,14 @@ std::string ToUtf8(std::string_view text, TextEncoding encoding) {
   return common::DecodeToUtf8(text, common::CodePage::Win1252);
 }
 
-std::string EscapeText(std::string_view text) {
-  std::string out;
-  for (const char c : text) {
-    if (c == '<') out += "&lt;";
-    else if (c == '>') out += "&gt;";
-    else if (c == '&') out += "&amp;";
-    else out += c;
-  }
-  return out;
-}
-
 bool WritePictures(const PalmBook& book, const fs::path& folder) {
   for (const auto& picture : book.pictures) {
     if (!common::WriteFileAtomic(folder / picture.name, picture.bytes)) return false;
-    if (picture.name == book.coverName) {
-      const std::string cover = "CoverPicture." + std::string(import::palm::PictureExtension(picture.bytes));
-      if (!common::WriteFileAtomic(folder / cover, picture.bytes)) return false;
+    // The cover goes beside the book as "cover.jpg" or "cover.png", where the FB2 writer takes
+    // the cover of a book from.
+    const std::string_view kind = import::palm::PictureExtension(picture.bytes);
+    if (picture.name == book.coverName && (kind == "jpg" || kind == "png")) {
+      if (!common::WriteFileAtomic(folder / ("cover." + std::string(kind)), picture.bytes)) return false;
     }
   }
   return true;
@@ -48,9 +39,10 @@ bool WritePictures(const PalmBook& book, const fs::path& folder) {
 void InsertBookHeadings(std::string& document, const std::string& author, const std::string& title,
                         const common::ElementColours& colours) {
   std::string headings;
-  if (!author.empty()) headings += markup::MakeBookAuthor(EscapeText(author), colours.bookAuthor) + "\r\n";
-  if (!title.empty()) headings += markup::MakeBookTitle(EscapeText(title), colours.bookTitle) + "\r\n";
-  const size_t lineEnd = document.find("\r\n");
+  if (!author.empty()) headings += markup::MakeBookAuthor(import::palm::EscapeMarkup(author), colours.bookAuthor) + "\r\n";
+  if (!title.empty()) headings += markup::MakeBookTitle(import::palm::EscapeMarkup(title), colours.bookTitle) + "\r\n";
+  const size_t body = common::FindAsciiCaseless(document, "<BODY");
+  const size_t lineEnd = body == std::string::npos ? std::string::npos : document.find("\r\n", body);
   document.insert(lineEnd == std::string::npos ? 0 : lineEnd + 2, headings);
 }
 

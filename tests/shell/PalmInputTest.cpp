@@ -117,7 +117,7 @@ TEST(PalmInput, AnHtmlBookRunsThePalmChainAndKeepsItsPictures) {
   EXPECT_NE(document.find("\xD0\xBA\xD0\xBE\xD0\xBD\xD0\xB5\xD1\x86"), std::string::npos);
   EXPECT_NE(document.find("picture0002.png"), std::string::npos);
   EXPECT_TRUE(fs::exists(b.session.bookFolder() / "picture0002.png"));
-  EXPECT_TRUE(fs::exists(b.session.bookFolder() / "CoverPicture.jpg"));
+  EXPECT_TRUE(fs::exists(b.session.bookFolder() / "cover.jpg"));
   for (const std::string_view gone : {"filepos=", "mbp:", "<guide", "TAIL"}) EXPECT_EQ(document.find(gone), std::string::npos);
 
   // The status texts: the unpacking, then the chain's steps in their order.

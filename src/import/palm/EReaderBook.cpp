@@ -28,18 +28,6 @@ constexpr uint16_t kEncrypted2 = 272;
 constexpr size_t kPictureNameAt = 4;
 constexpr size_t kPictureDataAt = 62;
 
-std::string Escape(std::string_view text) {
-  std::string out;
-  for (const char c : text) {
-    if (c == '<') out += "&lt;";
-    else if (c == '>') out += "&gt;";
-    else if (c == '&') out += "&amp;";
-    else if (c == '"') out += "&quot;";
-    else out += c;
-  }
-  return out;
-}
-
 // The quoted argument of a code: `="..."` right after it; empty when there is none.
 std::string_view Argument(std::string_view text, size_t& at) {
   if (at + 1 >= text.size() || text[at] != '=' || text[at + 1] != '"') return {};
@@ -95,7 +83,7 @@ std::string EReaderMarkupToUtf8(std::string_view markup, bool html) {
     const char c = text[at];
     if (c != '\\') {
       const size_t next = std::min(text.find('\\', at), text.size());
-      if (!invisible) out += html ? Escape(std::string_view(text).substr(at, next - at)) : text.substr(at, next - at);
+      if (!invisible) out += html ? EscapeMarkup(std::string_view(text).substr(at, next - at)) : text.substr(at, next - at);
       at = next;
       continue;
     }
@@ -150,12 +138,12 @@ std::string EReaderMarkupToUtf8(std::string_view markup, bool html) {
     ++at;
     if (code == 'm') {
       const std::string_view name = Argument(text, at);
-      if (html && !name.empty()) out += "<img src=\"" + Escape(name) + "\">";
+      if (html && !name.empty()) out += "<img src=\"" + EscapeMarkup(name) + "\">";
     } else if (code == 'q') {
       const std::string_view target = Argument(text, at);
       if (!html) continue;
       if (!target.empty()) {
-        out += "<a href=\"" + Escape(target) + "\">";
+        out += "<a href=\"" + EscapeMarkup(target) + "\">";
         inLink = true;
       } else if (inLink) {
         out += "</a>";
@@ -163,7 +151,7 @@ std::string EReaderMarkupToUtf8(std::string_view markup, bool html) {
       }
     } else if (code == 'Q') {
       const std::string_view name = Argument(text, at);
-      if (html && !name.empty()) out += "<a name=\"" + Escape(name) + "\"></a>";
+      if (html && !name.empty()) out += "<a name=\"" + EscapeMarkup(name) + "\"></a>";
     } else if (code == 'C' && at < text.size() && std::isdigit(static_cast<unsigned char>(text[at]))) {
       ++at;
       Argument(text, at);  // an entry of the chapter list, not shown in the text

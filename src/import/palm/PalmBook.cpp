@@ -51,6 +51,19 @@ std::string HeadElementText(std::string_view html, std::string_view name) {
   return std::string(common::Trim(head.substr(start + 1, end - start - 1)));
 }
 
+std::string EscapeMarkup(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (const char c : text) {
+    if (c == '<') out += "&lt;";
+    else if (c == '>') out += "&gt;";
+    else if (c == '&') out += "&amp;";
+    else if (c == '"') out += "&quot;";
+    else out += c;
+  }
+  return out;
+}
+
 std::string_view PictureExtension(std::string_view bytes) {
   if (bytes.starts_with("\xFF\xD8\xFF")) return "jpg";
   if (bytes.starts_with("\x89PNG\r\n\x1A\n")) return "png";

@@ -57,6 +57,9 @@ bool LooksLikeHtml(std::string_view text);
 // there is none.
 std::string HeadElementText(std::string_view html, std::string_view name);
 
+// `text` with "&", "<", ">" and '"' written as entities, for text and attribute values.
+std::string EscapeMarkup(std::string_view text);
+
 // The file name extension of a picture by its first bytes ("jpg", "png", "gif", "bmp"); empty
 // when the bytes are not a picture.
 std::string_view PictureExtension(std::string_view bytes);

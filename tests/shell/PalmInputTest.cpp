@@ -2,6 +2,7 @@
 // protected ones, and the sample books of the corpus with their whole text.
 #include "shell/PalmInput.h"
 
+#include <Magick++.h>
 #include <gtest/gtest.h>
 #include <unicode/uchar.h>
 
@@ -10,11 +11,14 @@
 #include "common/CodePage.h"
 #include "common/Text.h"
 #include "common/Utf8.h"
+#include "fb2/Pictures.h"
 #include "import/Entities.h"
 #include "import/palm/PalmHtmlChain.h"
 #include "markup/BookMarkup.h"
+#include "shell/BookOutput.h"
 #include "shell/BookSession.h"
 #include "shell/ShellTestSupport.h"
+#include "support/Fb2Validity.h"
 #include "support/PalmFixtures.h"
 
 namespace pw::shell {
@@ -35,6 +39,45 @@ struct PalmBench : Workbench {
     return document;
   }
 };
+
+// A real picture of `format` ("JPEG", "PNG"), small, drawn in memory.
+std::string DrawnPicture(const std::string& format) {
+  fb2::InitPictureLibrary();
+  Magick::Image image(Magick::Geometry(16, 24), Magick::Color("white"));
+  image.fillColor("red");
+  image.draw(Magick::DrawableRectangle(2, 2, 10, 20));
+  image.magick(format);
+  Magick::Blob blob;
+  image.write(&blob);
+  return std::string(static_cast<const char*>(blob.data()), blob.length());
+}
+
+// The open book written as FB2, questions answered "yes"; the file's bytes, empty on failure.
+std::string WrittenFb2(PalmBench& b) {
+  struct YesSink final : common::MessageSink {
+    void Show(std::string_view) override {}
+    bool Ask(std::string_view, bool) override { return true; }
+  } yes;
+  common::Messages messages(yes);
+  std::string document;
+  b.editor.Document(document);
+  const fs::path output = b.folder / "book.fb2";
+  OutputJob job{document, b.session.bookFolder(), b.session.header(), output, false, "23.11.2026",
+                b.settings,  b.progress,             &messages,           nullptr};
+  std::string error;
+  std::string bytes;
+  if (!FindBookWriter("fb2")->write(job, error) || !common::ReadWholeFile(output, bytes)) ADD_FAILURE() << error;
+  return bytes;
+}
+
+// The text of the first element `name` of an FB2 file.
+std::string Fb2Element(std::string_view fb2, std::string_view name) {
+  const std::string open = "<" + std::string(name) + ">";
+  const size_t at = fb2.find(open);
+  if (at == std::string_view::npos) return {};
+  const size_t end = fb2.find("</" + std::string(name) + ">", at);
+  return std::string(fb2.substr(at + open.size(), end - at - open.size()));
+}
 
 // What a reader of the book sees, as one line: tags gone, entities decoded.
 std::string VisibleText(std::string_view html) {
@@ -64,12 +107,12 @@ std::u32string Letters(std::string_view text) {
   return ::testing::AssertionFailure() << "letter " << j << " of " << want.size() << " lost, from: " << missing;
 }
 
-std::vector<std::string> Titles(std::string_view document) {
+// The texts of the book's titles, or of its subtitles with `open` "<SPAN id=subtitle>".
+std::vector<std::string> Titles(std::string_view document, std::string_view open = "<SPAN id=title>") {
   std::vector<std::string> titles;
-  for (size_t at = document.find("<SPAN id=title>"); at != std::string_view::npos;
-       at = document.find("<SPAN id=title>", at + 1)) {
+  for (size_t at = document.find(open); at != std::string_view::npos; at = document.find(open, at + 1)) {
     const size_t end = document.find("</SPAN>", at);
-    titles.push_back(common::Trim(VisibleText(document.substr(at, end - at))).data());
+    titles.push_back(std::string(common::Trim(VisibleText(document.substr(at, end - at)))));
   }
   return titles;
 }
@@ -103,7 +146,7 @@ TEST(PalmInput, AnHtmlBookRunsThePalmChainAndKeepsItsPictures) {
   spec.trailers = true;
   spec.authors = {"Jane Writer"};
   spec.updatedTitle = "A Book & Its Title";
-  spec.pictures = {fx::TinyJpeg(), fx::TinyPng()};
+  spec.pictures = {DrawnPicture("JPEG"), DrawnPicture("PNG")};
   spec.cover = 0;
   const fs::path source = b.Write("book.azw", fx::MobiBook(spec));
   const auto before = StateOf(source);
@@ -119,6 +162,14 @@ TEST(PalmInput, AnHtmlBookRunsThePalmChainAndKeepsItsPictures) {
   EXPECT_TRUE(fs::exists(b.session.bookFolder() / "picture0002.png"));
   EXPECT_TRUE(fs::exists(b.session.bookFolder() / "cover.jpg"));
   for (const std::string_view gone : {"filepos=", "mbp:", "<guide", "TAIL"}) EXPECT_EQ(document.find(gone), std::string::npos);
+
+  // The description of the FB2 made of it: the container's author and title, its cover.
+  const std::string fb2 = WrittenFb2(b);
+  EXPECT_TRUE(test::IsValidFb2(fb2));
+  EXPECT_EQ(Fb2Element(fb2, "first-name"), "Jane");
+  EXPECT_EQ(Fb2Element(fb2, "last-name"), "Writer");
+  EXPECT_EQ(Fb2Element(fb2, "book-title"), "A Book &amp; Its Title");
+  EXPECT_NE(fb2.find("<coverpage><image l:href=\"#cover.jpg\"/></coverpage>"), std::string::npos) << fb2.substr(0, 1200);
 
   // The status texts: the unpacking, then the chain's steps in their order.
   const auto& statuses = b.progress.statuses;
@@ -244,14 +295,20 @@ TEST(PalmInput, MobipocketSamplesOpenWithAuthorTitleAndPictures) {
     const std::string document = b.Opened(path);
     EXPECT_EQ(Heading(document, markup::kBookAuthorOpen), author);
     EXPECT_FALSE(Heading(document, markup::kBookTitleOpen).empty());
-    EXPECT_GE(Titles(document).size(), 1u);
+    // The sample's one heading below its top one, the top one being the book's title.
+    EXPECT_EQ(Titles(document).size() + Titles(document, "<SPAN id=subtitle>").size(), 1u);
     EXPECT_NE(document.find("<IMG"), std::string::npos);
     EXPECT_FALSE(fs::is_empty(b.session.bookFolder()));
     for (const std::string_view gone : {"filepos=", "mbp:", "recindex", "\xEF\xBF\xBD"})
       EXPECT_EQ(document.find(gone), std::string::npos) << gone;
     const std::string text = VisibleText(document);
-    std::printf("%-52s %7zu letters, %2zu titles, author and title headings\n", name, Letters(text).size(),
-                Titles(document).size());
+    std::printf("%-52s %7zu letters, %zu titles, %zu subtitles, author and title headings\n", name,
+                Letters(text).size(), Titles(document).size(), Titles(document, "<SPAN id=subtitle>").size());
+    const std::string fb2 = WrittenFb2(b);
+    EXPECT_TRUE(test::IsValidFb2(fb2));
+    const std::string writtenAuthor = Fb2Element(fb2, "first-name") + " " + Fb2Element(fb2, "last-name");
+    EXPECT_EQ(writtenAuthor, author);
+    EXPECT_NE(fb2.find("<coverpage>"), std::string::npos);
     texts.push_back(text);
   }
   ASSERT_EQ(texts.size(), 3u);

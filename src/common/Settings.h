@@ -54,6 +54,8 @@ struct Settings {
   float scrollSpeedPixels = 7.0f;
   float scrollSpeedLines = 1.0f;
   float scrollSpeedSymbols = 50.0f;
+  bool readerNightScheme = false;        // the reader's dark colours instead of its own
+  ElementColours readerElementColours;   // element colours of the reading view
 
   ElementColours elementColours;
 
@@ -145,6 +147,17 @@ void VisitSettings(Settings_& s, Visitor&& visit) {
   visit("scrollSpeedPixels", s.scrollSpeedPixels);
   visit("scrollSpeedLines", s.scrollSpeedLines);
   visit("scrollSpeedSymbols", s.scrollSpeedSymbols);
+  visit("readerNightScheme", s.readerNightScheme);
+  visit("reader.colour.bookAuthor", s.readerElementColours.bookAuthor);
+  visit("reader.colour.bookTitle", s.readerElementColours.bookTitle);
+  visit("reader.colour.title", s.readerElementColours.title);
+  visit("reader.colour.subtitle", s.readerElementColours.subtitle);
+  visit("reader.colour.verse", s.readerElementColours.verse);
+  visit("reader.colour.epigraph", s.readerElementColours.epigraph);
+  visit("reader.colour.textAuthor", s.readerElementColours.textAuthor);
+  visit("reader.colour.annotation", s.readerElementColours.annotation);
+  visit("reader.colour.cite", s.readerElementColours.cite);
+  visit("reader.colour.noteBlock", s.readerElementColours.noteBlock);
   visit("colour.bookAuthor", s.elementColours.bookAuthor);
   visit("colour.bookTitle", s.elementColours.bookTitle);
   visit("colour.title", s.elementColours.title);

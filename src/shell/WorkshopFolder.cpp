@@ -21,6 +21,7 @@ struct ShippedFile {
 constexpr ShippedFile kShippedFiles[] = {
     {"BookCleanerDef.bcf", "BookCleaner/BookCleanerDef.bcf"},
     {"Self Teaching/1_MyFirstEbook.html0", "Self Teaching/1_MyFirstEbook.html0"},
+    {"FontsDefault.dat", "FontsDefault.dat"},
 };
 
 }  // namespace

@@ -69,6 +69,7 @@ test('a new rule file with an expression row and a literal row: saved, run on th
   assert.equal(await editorHtml(page), before);
   await rows.nth(2).click();
   await page.click('#Row_delete');
+  await page.waitForFunction(() => document.querySelectorAll('#CleanUpTable tbody tr').length === 2);
   assert.equal(await rows.count(), 2);
 
   await page.click('#SaveB');

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "common/Progress.h"
+#include "fb2/Html0Text.h"
 
 namespace pw::fb2 {
 
@@ -81,8 +82,5 @@ using PictureStore = std::function<std::string(std::string_view src, int width, 
 // a reader builds its own contents from the sections.
 Html0Book ReadHtml0Book(std::string_view html0, const PictureStore& pictures, common::Progress& progress);
 
-// Turns a run of book text (entities, blanks, any characters) into escaped XML text: entities
-// are decoded, line ends and runs of blanks become one blank, control characters are dropped.
-std::string BookTextToXml(std::string_view text);
 
 }  // namespace pw::fb2

@@ -10,6 +10,7 @@
 #include "common/Files.h"
 #include "markup/BookMarkup.h"
 #include "shell/SettingsFile.h"
+#include "app/RunningWorkshop.h"
 #include "support/Fb2Validity.h"
 #include "support/TestSupport.h"
 
@@ -19,37 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 using json = nlohmann::json;
 
-// A workshop on a free port in a scratch home, served from a thread.
-struct RunningWorkshop {
-  test::ScratchFolder folder;
-  std::unique_ptr<WorkshopServer> server;
-  std::thread thread;
-
-  RunningWorkshop() {
-    WorkshopOptions options;
-    options.home = (folder / "home").string();
-    options.openBrowser = false;
-    options.idleLimit = std::chrono::seconds(60);
-    server = std::make_unique<WorkshopServer>(options);
-    EXPECT_TRUE(server->Start());
-    thread = std::thread([this] { server->Serve(); });
-    // Wait until it answers.
-    for (int i = 0; i < 100; ++i) {
-      httplib::Client client("127.0.0.1", server->port());
-      if (client.Get("/api/state")) break;
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-  }
-  ~RunningWorkshop() {
-    server->Stop();
-    if (thread.joinable()) thread.join();
-  }
-  httplib::Client Client() const {
-    httplib::Client client("127.0.0.1", server->port());
-    client.set_default_headers({{"Cookie", "pw_secret=" + server->secret()}});
-    return client;
-  }
-};
+using test::RunningWorkshop;
 
 TEST(WorkshopServer, RefusesWhatDoesNotComeFromItsPage) {
   RunningWorkshop workshop;

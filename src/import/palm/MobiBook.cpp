@@ -247,7 +247,7 @@ PalmFailure ReadMobipocket(const PalmDatabase& database, PalmBook& book) {
   if (const PalmFailure failure = UnpackTextRecords(database, 1, lastText, unpack, book.text);
       failure != PalmFailure::None)
     return failure;
-  book.markup = LooksLikeHtml(book.text);
+  book.markup = IsHtmlDocument(book.text);
 
   if (header->firstPicture != kNone && header->firstPicture > lastText &&
       header->firstPicture < database.records.size()) {

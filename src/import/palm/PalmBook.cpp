@@ -34,7 +34,7 @@ PalmFailure ReadPalmDoc(const PalmDatabase& database, PalmBook& book) {
       failure != PalmFailure::None)
     return failure;
   book.encoding = TextEncoding::Unknown;
-  book.markup = LooksLikeHtml(book.text);
+  book.markup = IsHtmlDocument(book.text);
   if (book.markup) book.text = LinkFilePositions(book.text);
   return PalmFailure::None;
 }
@@ -72,7 +72,7 @@ std::string_view PictureExtension(std::string_view bytes) {
   return {};
 }
 
-bool LooksLikeHtml(std::string_view text) {
+bool IsHtmlDocument(std::string_view text) {
   size_t start = 0;
   while (start < text.size() && static_cast<unsigned char>(text[start]) <= ' ') ++start;
   const std::string head = common::AsciiLower(text.substr(start, 4096));

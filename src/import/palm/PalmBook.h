@@ -50,7 +50,7 @@ PalmFailure ReadPalmBook(std::string_view file, PalmBook& book);
 // Whether `text` is an HTML document rather than a plain text: it starts, after blanks, with
 // "<html", "<!DOCTYPE html", "<?xml" or "<head", or holds "<body" or "<p" in its first
 // kilobytes.
-bool LooksLikeHtml(std::string_view text);
+bool IsHtmlDocument(std::string_view text);
 
 // The text of the first element `name` ("<dc:Title ...>text</dc:Title>", ASCII-caseless) in
 // the first 64 kilobytes of an HTML text, where the metadata of a book is written; empty when

@@ -103,10 +103,10 @@ TEST(PalmBook, PictureKindsByTheirFirstBytes) {
 }
 
 TEST(PalmBook, HtmlIsToldFromText) {
-  EXPECT_TRUE(LooksLikeHtml("\r\n  <HTML><head></head><body>x</body></HTML>"));
-  EXPECT_TRUE(LooksLikeHtml("<?xml version=\"1.0\"?><html/>"));
-  EXPECT_TRUE(LooksLikeHtml("Some words first <p>then a paragraph</p>"));
-  EXPECT_FALSE(LooksLikeHtml("Chapter 1\r\n\r\nIt was a <dark> night, a < b and c > d."));
+  EXPECT_TRUE(IsHtmlDocument("\r\n  <HTML><head></head><body>x</body></HTML>"));
+  EXPECT_TRUE(IsHtmlDocument("<?xml version=\"1.0\"?><html/>"));
+  EXPECT_TRUE(IsHtmlDocument("Some words first <p>then a paragraph</p>"));
+  EXPECT_FALSE(IsHtmlDocument("Chapter 1\r\n\r\nIt was a <dark> night, a < b and c > d."));
 }
 
 TEST(PalmBook, MetadataInTheHeadOfAnHtmlText) {

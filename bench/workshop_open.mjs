@@ -64,7 +64,17 @@ for (const megabytes of sizes) {
   await page.fill('#OpenPath', book);
   const openedAt = Date.now();
   await page.click('#OpenOk');
-  await page.frameLocator('#editor').locator('text=THE LAST LINE OF THE BOOK.').waitFor({ timeout: 120000 });
+  // Shown: the frame's document is whole, ends with the last line, and has been painted. (A text
+  // search of the whole frame each poll would itself cost as much as the opening.)
+  await page.waitForFunction(() => {
+    const doc = document.getElementById('editor').contentDocument;
+    if (doc?.readyState !== 'complete') return false;
+    // The editor keeps an empty paragraph of its own after the book's last one.
+    for (let element = doc.body?.lastElementChild, n = 0; element && n < 3; element = element.previousElementSibling, ++n)
+      if (element.textContent.includes('THE LAST LINE OF THE BOOK.')) return true;
+    return false;
+  }, null, { timeout: 120000, polling: 20 });
+  await page.evaluate(() => new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done))));
   const opened = (Date.now() - openedAt) / 1000;
   clearInterval(watch);
   const saveStart = Date.now();

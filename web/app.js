@@ -13,6 +13,7 @@ import './elements.js';
 import './view.js';
 import './dialogs/MessageDialog.js';
 import './dialogs/OpenDialog.js';
+import './dialogs/UnRarF.js';
 import './dialogs/Fb2F.js';
 import './dialogs/MakePwFileF.js';
 import './dialogs/Fb2SectionEditorF.js';

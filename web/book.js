@@ -58,8 +58,13 @@ export async function save() {
   }
 }
 
+// The archive form registers itself here: an archive's path goes to it, to choose the book.
+let archiveChooser = null;
+export function setArchiveChooser(chooser) { archiveChooser = chooser; }
+
 // Opens `path` (a file on this machine) as the book, after the unsaved-changes question.
 export async function openPath(path) {
+  if (archiveChooser && /\.(zip|rar)$/i.test(path)) return archiveChooser(path);
   const unsaved = await resolveUnsaved();
   if (!unsaved) return false;
   const answer = await api.postJson('/api/open', { path, ...unsaved });
@@ -79,8 +84,13 @@ async function upload(file) {
   if (!unsaved) return;
   const form = new FormData();
   form.append('book', file, file.name);
-  await api.request('/api/upload' + (unsaved.discard ? '?discard=1' : ''), { method: 'POST', body: form });
+  const response = await api.request('/api/upload' + (unsaved.discard ? '?discard=1' : ''), { method: 'POST', body: form });
   await api.poll();
+  // An archive of several books: the server keeps the upload, the form asks which one.
+  if (archiveChooser) {
+    const answer = await response.json().catch(() => ({}));
+    if (answer.choose && answer.path) await archiveChooser(answer.path, unsaved);
+  }
 }
 
 async function quit() {

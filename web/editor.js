@@ -48,9 +48,10 @@ function body() { return frame.contentDocument?.body; }
 export function shownVersion() { return version; }
 
 // Shows the server's document `number` (a new book): the history starts anew.
+// The page's style comes with it, so the book is laid out once, as it is shown.
 export function show(number) {
   version = number;
-  frame.src = '/book/document?v=' + number;
+  frame.src = '/book/document?v=' + number + (pageStyle ? '&style=' + encodeURIComponent(pageStyle) : '');
 }
 
 frame.addEventListener('load', () => {
@@ -280,7 +281,8 @@ export function setPageStyle(css) {
     element.id = PAGE_STYLE_ID;
     doc.head.append(element);
   }
-  element.textContent = css;
+  // Rewriting the same rules would lay the whole book out again.
+  if (element.textContent !== css) element.textContent = css;
 }
 
 // The whole document as the server reads it (without the page's own style).

@@ -43,6 +43,7 @@ registerCommand({ id: 'MnFullWidth', menu: 'ViewMenu', order: 20, label: 'view.f
                   dynamicLabel: () => mark(fullWidth) + t('view.fullWidth'),
                   run: () => { fullWidth = !fullWidth; localStorage.setItem(WIDTH_KEY, fullWidth ? '1' : '0'); applyStyle(); } });
 
+applyStyle();
 editor.onLoad(applyStyle);
 api.onState((state) => {
   if (!state) return;

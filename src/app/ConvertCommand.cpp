@@ -133,6 +133,9 @@ void RegisterConvertCommand(CLI::App& app, CommandAction& action) {
         ->check(CLI::IsMember(choices, CLI::ignore_case));
   }
   convert->add_flag("--compress", request.compress, "Write stored books compressed");
+  convert->add_option("--entry", request.entry,
+                      "The book to open inside a zip or rar input (its name in the archive; default: the only book "
+                      "in it)");
   convert->add_option("-j,--jobs", request.jobs, "Inputs converted side by side")->check(CLI::Range(1u, 64u));
   convert->add_option("--home", options->home,
                       "Workshop folder (default: $PAGEWRIGHT_HOME, else the per-user data folder)");

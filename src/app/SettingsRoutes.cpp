@@ -8,6 +8,7 @@
 #include <cctype>
 #include <span>
 
+#include "app/ColourFields.h"
 #include "app/WorkshopRoutes.h"
 #include "app/WorkshopServer.h"
 #include "shell/ImportOptions.h"
@@ -54,27 +55,21 @@ const FlagSetting kFlagSettings[] = {
     {"openLastBook", &common::Settings::openLastBook},
 };
 
-struct ColourSetting {
+// A whole number of the settings with its bounds: the seconds an outside program may run.
+struct NumberSetting {
   const char* name;
-  std::string common::ElementColours::*field;
+  int common::Settings::*field;
+  int least;
+  int most;
 };
 
-const ColourSetting kColours[] = {
-    {"bookAuthor", &common::ElementColours::bookAuthor}, {"bookTitle", &common::ElementColours::bookTitle},
-    {"title", &common::ElementColours::title},           {"subtitle", &common::ElementColours::subtitle},
-    {"verse", &common::ElementColours::verse},           {"epigraph", &common::ElementColours::epigraph},
-    {"textAuthor", &common::ElementColours::textAuthor}, {"annotation", &common::ElementColours::annotation},
-    {"cite", &common::ElementColours::cite},             {"noteBlock", &common::ElementColours::noteBlock},
+const NumberSetting kNumberSettings[] = {
+    {"pdfToolTimeout", &common::Settings::pdfToolTimeout, 1, 86400},
+    {"officeToolTimeout", &common::Settings::officeToolTimeout, 1, 86400},
 };
 
 bool OneLine(const std::string& text) {
   return text.size() < 1000 && text.find_first_of("\r\n") == std::string::npos;
-}
-
-// "#rgb" or "#rrggbb": colours are written bare after "color=" in the book.
-bool IsColour(const std::string& text) {
-  if ((text.size() != 4 && text.size() != 7) || text[0] != '#') return false;
-  return std::all_of(text.begin() + 1, text.end(), [](char c) { return std::isxdigit(static_cast<unsigned char>(c)); });
 }
 
 json Choices(std::span<const std::string_view> choices) {
@@ -85,7 +80,7 @@ json Choices(std::span<const std::string_view> choices) {
 
 json ColoursJson(const common::ElementColours& colours) {
   json out = json::object();
-  for (const auto& colour : kColours) out[colour.name] = colours.*colour.field;
+  for (const auto& colour : kColourFields) out[colour.name] = colours.*colour.field;
   return out;
 }
 
@@ -97,6 +92,7 @@ json SettingsJson(const common::Settings& settings) {
     if (!setting.choices.empty()) out["choices"][setting.name] = Choices(setting.choices);
   }
   for (const auto& setting : kFlagSettings) out[setting.name] = settings.*setting.field;
+  for (const auto& setting : kNumberSettings) out[setting.name] = settings.*setting.field;
   out["colours"] = ColoursJson(settings.elementColours);
   out["defaultColours"] = ColoursJson(common::ElementColours{});
   out["outsidePrograms"] = settings.outsidePrograms;
@@ -130,9 +126,16 @@ void ApplySettings(const json& in, common::Settings& settings, std::vector<std::
     if (in[setting.name].is_boolean()) settings.*setting.field = in[setting.name].get<bool>();
     else refused.push_back(setting.name);
   }
+  for (const auto& setting : kNumberSettings) {
+    if (!in.contains(setting.name)) continue;
+    const json& value = in[setting.name];
+    if (value.is_number_integer() && value.get<int64_t>() >= setting.least && value.get<int64_t>() <= setting.most)
+      settings.*setting.field = static_cast<int>(value.get<int64_t>());
+    else refused.push_back(setting.name);
+  }
   if (in.contains("resetColours") && in["resetColours"] == true) settings.elementColours = common::ElementColours{};
   if (in.contains("colours") && in["colours"].is_object()) {
-    for (const auto& colour : kColours) {
+    for (const auto& colour : kColourFields) {
       if (!in["colours"].contains(colour.name)) continue;
       const json& value = in["colours"][colour.name];
       if (value.is_string() && IsColour(value.get<std::string>())) settings.elementColours.*colour.field = value;

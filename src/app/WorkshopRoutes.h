@@ -34,5 +34,13 @@ void AddFindReplaceRoutes(httplib::Server& server, WorkshopServer& workshop);
 void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop);
 // The settings record as the settings and import-settings dialogs change it.
 void AddSettingsRoutes(httplib::Server& server, WorkshopServer& workshop);
+// Reader settings, the reading view and its style sheet, the alarm clock's steps.
+void AddReaderRoutes(httplib::Server& server, WorkshopServer& workshop);
+// The book as the reader shows it, served as "/book/reading" so that the book's pictures are
+// found beside it as they are beside "/book/document".
+void ServeReadingView(WorkshopServer& workshop, httplib::Response& response);
+// The files of an archive (GET /api/archive?path=) and the opening of the one chosen
+// (POST /api/archive/open).
+void AddArchiveRoutes(httplib::Server& server, WorkshopServer& workshop);
 
 }  // namespace pw::app

@@ -22,9 +22,11 @@
 #include "markup/BookMarkup.h"
 #include "markup/BookOperations.h"
 #include "markup/ElementOperations.h"
+#include "markup/HtmlTags.h"
 #include "markup/SectionEditor.h"
 #include "markup/TagReader.h"
 #include "reader/Reader.h"
+#include "shell/ArchiveInput.h"
 #include "shell/BookSession.h"
 #include "shell/SaveBook.h"
 #include "markup/StoredBook.h"
@@ -203,6 +205,8 @@ bool WorkshopServer::Start() {
   AddFindReplaceRoutes(*server_, *this);
   AddCorrectorRoutes(*server_, *this);
   AddSettingsRoutes(*server_, *this);
+  AddReaderRoutes(*server_, *this);
+  AddArchiveRoutes(*server_, *this);
   if (options_.port > 0) {
     if (!server_->bind_to_port("127.0.0.1", options_.port)) return false;
     port_ = options_.port;
@@ -340,10 +344,17 @@ void WorkshopServer::Routes() {
     const std::string name = request.matches[1];
     const auto snapshot = editor_.Current();
     if (name == "document") {
-      response.set_content(snapshot.html, "text/html; charset=utf-8");
+      // The page's own style rules for its frame come with the document, so that the browser
+      // lays the book out once, at the width and in the font it is shown in.
+      std::string style = request.get_param_value("style");
+      std::erase(style, '<');
+      response.set_content(style.empty() ? snapshot.html
+                                         : markup::InsertBeforeBody(snapshot.html, "<style id=\"PwPageStyle\">" + style + "</style>"),
+                           "text/html; charset=utf-8");
       response.set_header("Cache-Control", "no-store");
       return;
     }
+    if (name == "reading") return ServeReadingView(*this, response);  // beside the book's pictures
     if (name.find("..") != std::string::npos || snapshot.file.empty()) {
       response.status = 404;
       return;
@@ -414,6 +425,7 @@ void WorkshopServer::Routes() {
     fs::create_directories(folder, error);
     const fs::path path = folder / name;
     if (!common::WriteFileAtomic(path, file.content)) return Reply(response, {{"ok", false}}, 500);
+    if (shell::HoldsSeveralBooks(path)) return Reply(response, {{"ok", false}, {"choose", true}, {"path", path.string()}});
     if (request.get_param_value("discard") == "1") shell_->session().ForgetChanges();
     const bool ok = shell_->session().PrepareBook(path.string());
     Reply(response, {{"ok", ok}});

@@ -65,6 +65,25 @@ enum class Msg {
   NoFollowingParagraph,
   PalmCannotUnpack,         // + ": " + name
   PalmProtected,            // + name
+  OfficeSuiteMissing,
+  RbCannotConvert,          // + ": " + name
+  LitCannotConvert,         // + ": " + name
+  LitProtected,             // + name
+  ArchiveCannotOpen,        // + name
+  ArchiveNotRar,            // name + text
+  ArchiveHeaderBroken,      // name + text
+  ArchiveFileHeaderBroken,
+  ArchiveUnknownFormat,
+  ArchiveFileCreateError,
+  ArchiveReadError,
+  ArchiveCrcError,
+  ArchiveNotEnoughMemory,
+  ArchiveSeveralBooks,      // + the names, one a line
+  ArchiveNoSuchMember,      // + name
+  ArchiveMemberOutside,     // + member name
+  ArchiveMemberAbsolute,    // + member name
+  ArchiveMemberLink,        // + member name
+  ArchiveMemberTooLarge,    // + member name
   Count_                    // keep last
 };
 

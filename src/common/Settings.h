@@ -103,6 +103,8 @@ struct Settings {
   std::string wordProcessorPath;
   std::string pdfToHtmlPath;
   std::string validatorPath;
+  int pdfToolTimeout = 300;     // seconds a tool may run before it is ended
+  int officeToolTimeout = 300;
 
   // Corrector: clean-up slots ("none" or a rule file), the rule table's font, valid ends.
   std::string cleanUpBefore = "none";
@@ -199,6 +201,8 @@ void VisitSettings(Settings_& s, Visitor&& visit) {
   visit("wordProcessorPath", s.wordProcessorPath);
   visit("pdfToHtmlPath", s.pdfToHtmlPath);
   visit("validatorPath", s.validatorPath);
+  visit("pdfToolTimeout", s.pdfToolTimeout);
+  visit("officeToolTimeout", s.officeToolTimeout);
   visit("cleanUpBefore", s.cleanUpBefore);
   visit("cleanUpAfter", s.cleanUpAfter);
   visit("cleanUpOutput", s.cleanUpOutput);

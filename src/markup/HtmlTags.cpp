@@ -1,5 +1,6 @@
 #include "markup/HtmlTags.h"
 
+#include <cctype>
 #include <cstring>
 
 namespace pw::markup {
@@ -92,6 +93,30 @@ size_t ElementStart(std::string_view text, size_t close) {
     if (depth == 0) return at;
   }
   return std::string_view::npos;
+}
+
+size_t FindTagIgnoringCase(std::string_view text, std::string_view lowerTag, size_t from) {
+  for (size_t at = text.find('<', from); at != std::string_view::npos; at = text.find('<', at + 1)) {
+    if (text.size() - at < lowerTag.size()) return std::string_view::npos;
+    bool same = true;
+    for (size_t i = 1; i < lowerTag.size() && same; ++i)
+      same = std::tolower(static_cast<unsigned char>(text[at + i])) == lowerTag[i];
+    // "<body" is not the start of "<bodyguard>".
+    const size_t after = at + lowerTag.size();
+    if (same && (after == text.size() || text[after] == '>' || text[after] == '/' || IsBlankByte(text[after]))) return at;
+  }
+  return std::string_view::npos;
+}
+
+std::string InsertBeforeBody(std::string_view document, std::string_view element) {
+  size_t at = FindTagIgnoringCase(document, "<body");
+  if (at == std::string_view::npos) at = 0;
+  std::string out;
+  out.reserve(document.size() + element.size());
+  out.append(document.substr(0, at));
+  out.append(element);
+  out.append(document.substr(at));
+  return out;
 }
 
 }  // namespace pw::markup

@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 
+#include "markup/HtmlTags.h"
 #include "reader/Reader.h"
 
 namespace pw::reader {
@@ -12,8 +13,10 @@ namespace {
 constexpr std::array<int, 12> kZoomSteps = {50, 67, 75, 80, 90, 100, 110, 125, 150, 175, 200, 250};
 
 std::string Hash(std::string_view colour) {
-  if (!colour.empty() && colour.front() != '#') return "#" + std::string(colour);
-  return std::string(colour);
+  std::string out;
+  if (!colour.empty() && colour.front() != '#') out += '#';
+  out += colour;
+  return out;
 }
 
 // The selectors of each element kind: the ids the book marks its elements with. Text is the
@@ -36,17 +39,6 @@ const KindRule kRules[] = {
     {FontKind::Notes, "[id=NoteBlock]", &common::ElementColours::noteBlock},
 };
 
-// Finds `tag` ("<body" or "</body") in any letter case.
-size_t FindTag(std::string_view document, std::string_view tag, size_t from = 0) {
-  for (size_t at = document.find('<', from); at != std::string_view::npos; at = document.find('<', at + 1)) {
-    if (document.size() - at < tag.size()) return std::string_view::npos;
-    bool same = true;
-    for (size_t i = 0; i < tag.size() && same; ++i)
-      same = std::tolower(static_cast<unsigned char>(document[at + i])) == tag[i];
-    if (same) return at;
-  }
-  return std::string_view::npos;
-}
 
 }  // namespace
 
@@ -102,7 +94,7 @@ std::string ReadingStyleSheet(const FontTable& fonts, const ReadingColours& colo
 std::string ReadingDocument(std::string_view document, const FontTable& fonts, const ReadingColours& colours) {
   const std::string style = "<style id=PwReadingStyle>\n" + ReadingStyleSheet(fonts, colours) + "</style>";
   const ReadingFont& text = fonts[FontKind::Text];
-  const size_t body = FindTag(document, "<body");
+  const size_t body = markup::FindTagIgnoringCase(document, "<body");
   const size_t bodyEnd = body == std::string_view::npos ? std::string_view::npos : document.find('>', body);
   std::string out;
   out.reserve(document.size() + style.size() + 64);
@@ -117,7 +109,7 @@ std::string ReadingDocument(std::string_view document, const FontTable& fonts, c
   out += style;
   out.append(document.substr(body, bodyEnd + 1 - body));
   out += SelectFontNameAddSize(text.face, text.size);
-  const size_t close = FindTag(document, "</body", bodyEnd);
+  const size_t close = markup::FindTagIgnoringCase(document, "</body", bodyEnd);
   const size_t contentEnd = close == std::string_view::npos ? document.size() : close;
   out.append(document.substr(bodyEnd + 1, contentEnd - bodyEnd - 1));
   out += "</FONT>";
@@ -150,7 +142,7 @@ size_t RemoveTemporaryBookmarks(std::string& document) {
     const size_t open = document.rfind('<', at);
     if (open == std::string::npos || open < copied || (document[open + 1] != 'A' && document[open + 1] != 'a'))
       continue;
-    const size_t close = FindTag(document, "</a", at);
+    const size_t close = markup::FindTagIgnoringCase(document, "</a", at);
     if (close == std::string::npos) continue;
     const size_t closeEnd = document.find('>', close);
     if (closeEnd == std::string::npos) continue;

@@ -1,15 +1,9 @@
 #include "shell/ArchiveInput.h"
 
-#include <archive.h>
-#include <archive_entry.h>
-
-#include <fstream>
-#include <memory>
-#include <string>
+#include <algorithm>
 
 #include "common/Files.h"
 #include "common/Text.h"
-#include "shell/Converters.h"
 
 namespace pw::shell {
 
@@ -17,83 +11,120 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr size_t kMaxEntries = 10000;
-constexpr int64_t kMaxEntryBytes = int64_t{1} << 30;  // one gigabyte
-constexpr int64_t kMaxTotalBytes = int64_t{4} << 30;
-
-// The entry's name as a path inside the folder, or empty when it would lead out of it.
-fs::path SafeRelative(const char* name) {
-  if (!name || !*name) return {};
-  const fs::path path = fs::path(name).lexically_normal();
-  if (path.is_absolute() || path.empty()) return {};
-  for (const auto& part : path)
-    if (part == ".." || part == "/") return {};
-  return path;
-}
-
-bool IsBookExtension(const std::string& extension) {
-  for (const std::string_view supported : kSupportedExtensions)
-    if (extension == supported) return true;
-  return false;
+void ShowRefusal(const ArchiveMember& member, common::Session& session) {
+  switch (member.refusal) {
+    case MemberRefusal::Outside: session.messages.Show(common::Msg::ArchiveMemberOutside, member.name); break;
+    case MemberRefusal::Absolute: session.messages.Show(common::Msg::ArchiveMemberAbsolute, member.name); break;
+    case MemberRefusal::Link: session.messages.Show(common::Msg::ArchiveMemberLink, member.name); break;
+    case MemberRefusal::TooLarge: session.messages.Show(common::Msg::ArchiveMemberTooLarge, member.name); break;
+    case MemberRefusal::None: break;
+  }
 }
 
 }  // namespace
 
-bool UnpackArchive(const fs::path& archivePath, const fs::path& folder, fs::path& bookFile,
-                   common::Session& session) {
-  std::unique_ptr<archive, decltype(&archive_read_free)> reader(archive_read_new(), archive_read_free);
-  archive_read_support_format_zip(reader.get());
-  archive_read_support_format_rar(reader.get());
-  archive_read_support_format_rar5(reader.get());
-  archive_read_support_filter_all(reader.get());
-  if (archive_read_open_filename(reader.get(), archivePath.c_str(), 1 << 16) != ARCHIVE_OK) {
-    session.messages.Show(common::Msg::ErrorReadingFile, archivePath.filename().string());
-    return false;
+void ShowArchiveError(ArchiveError error, const std::string& name, common::Session& session) {
+  common::Messages& messages = session.messages;
+  const bool rar = common::LowerExtension(fs::path(name)) == "rar";
+  switch (error) {
+    case ArchiveError::None: break;
+    case ArchiveError::CannotOpen: messages.Show(common::Msg::ArchiveCannotOpen, name); break;
+    case ArchiveError::UnknownFormat:
+      if (rar)
+        messages.Show(common::Msg::ArchiveNotRar, name);
+      else
+        messages.Show(common::Msg::ArchiveUnknownFormat, ": " + name);
+      break;
+    case ArchiveError::HeaderBroken: messages.Show(common::Msg::ArchiveHeaderBroken, name); break;
+    case ArchiveError::FileHeaderBroken: messages.Show(common::Msg::ArchiveFileHeaderBroken, ": " + name); break;
+    case ArchiveError::CrcError: messages.Show(common::Msg::ArchiveCrcError, ": " + name); break;
+    case ArchiveError::ReadError: messages.Show(common::Msg::ArchiveReadError, ": " + name); break;
+    case ArchiveError::FileCreateError: messages.Show(common::Msg::ArchiveFileCreateError, ": " + name); break;
+    case ArchiveError::NotEnoughMemory: messages.Show(common::Msg::ArchiveNotEnoughMemory, ": " + name); break;
   }
-  std::error_code error;
-  fs::create_directories(folder, error);
+}
+
+std::vector<const ArchiveMember*> BookMembers(const std::vector<ArchiveMember>& members) {
+  std::vector<const ArchiveMember*> books;
+  for (const ArchiveMember& member : members)
+    if (member.book) books.push_back(&member);
+  return books;
+}
+
+bool HoldsSeveralBooks(const fs::path& file) {
+  const std::string extension = common::AsciiLower(file.extension().string());
+  if (extension != ".zip" && extension != ".rar") return false;
+  std::vector<ArchiveMember> members;
+  return ListArchive(file, members) == ArchiveError::None && BookMembers(members).size() > 1;
+}
+
+const ArchiveMember* FindMember(const std::vector<ArchiveMember>& members, const std::string& entry) {
+  for (const ArchiveMember& member : members)
+    if (member.name == entry) return &member;
+  const ArchiveMember* found = nullptr;
+  for (const ArchiveMember& member : members) {
+    const std::string_view last = std::string_view(member.name).substr(member.name.find_last_of('/') + 1);
+    if (last != entry) continue;
+    if (found) return nullptr;  // two members of that name in different folders
+    found = &member;
+  }
+  return found;
+}
+
+bool UnpackArchive(const fs::path& archive, const fs::path& folder, const std::string& entry, fs::path& bookFile,
+                   common::Session& session, const ArchiveLimits& limits) {
   bookFile.clear();
-  int64_t total = 0;
-  size_t entries = 0;
-  archive_entry* entry = nullptr;
-  int status = ARCHIVE_OK;
-  while ((status = archive_read_next_header(reader.get(), &entry)) == ARCHIVE_OK ||
-         status == ARCHIVE_WARN) {
-    if (++entries > kMaxEntries) break;
-    const fs::path relative = SafeRelative(archive_entry_pathname(entry));
-    if (relative.empty() || archive_entry_filetype(entry) != AE_IFREG) continue;
-    const int64_t size = archive_entry_size(entry);
-    if (archive_entry_size_is_set(entry) && (size > kMaxEntryBytes || total + size > kMaxTotalBytes)) continue;
-    const fs::path target = folder / relative;
-    fs::create_directories(target.parent_path(), error);
-    std::ofstream out(target, std::ios::binary | std::ios::trunc);
-    if (!out) continue;
-    char buffer[1 << 16];
-    int64_t written = 0;
-    la_ssize_t got = 0;
-    bool ok = true;
-    while ((got = archive_read_data(reader.get(), buffer, sizeof buffer)) > 0) {
-      written += got;
-      if (written > kMaxEntryBytes || total + written > kMaxTotalBytes) {
-        ok = false;
-        break;
-      }
-      out.write(buffer, got);
-    }
-    out.close();
-    total += written;
-    if (got < 0 || !ok) {
-      fs::remove(target, error);
-      if (got < 0) break;  // the archive is damaged from here on
-      continue;
-    }
-    const std::string extension = common::LowerExtension(target);
-    if (bookFile.empty() && IsBookExtension(extension)) bookFile = target;
-  }
-  if (bookFile.empty()) {
-    session.messages.Show(common::Msg::NotSupportedFormat, archivePath.filename().string());
+  const std::string name = archive.filename().string();
+  std::vector<ArchiveMember> members;
+  if (const ArchiveError error = ListArchive(archive, members, limits); error != ArchiveError::None) {
+    ShowArchiveError(error, name, session);
     return false;
   }
+  const ArchiveMember* chosen = nullptr;
+  if (!entry.empty()) {
+    chosen = FindMember(members, entry);
+    if (!chosen) {
+      session.messages.Show(common::Msg::ArchiveNoSuchMember, entry);
+      return false;
+    }
+  } else {
+    const auto books = BookMembers(members);
+    if (books.empty()) {
+      session.messages.Show(common::Msg::NotSupportedFormat, name);
+      return false;
+    }
+    if (books.size() > 1) {
+      std::string list;
+      for (const ArchiveMember* book : books) list += "\n" + book->name;
+      session.messages.Show(common::Msg::ArchiveSeveralBooks, list);
+      return false;
+    }
+    chosen = books.front();
+  }
+  if (chosen->refusal != MemberRefusal::None) {
+    ShowRefusal(*chosen, session);
+    return false;
+  }
+  for (const ArchiveMember& member : members)
+    if (!member.book) ShowRefusal(member, session);
+
+  const std::string chosenName = chosen->name;
+  std::vector<UnpackedMember> unpacked;
+  std::vector<std::string> oversized;
+  const ArchiveError error = UnpackMembers(
+      archive, folder, [&](const ArchiveMember& member) { return member.name == chosenName || !member.book; },
+      unpacked, oversized, limits);
+  for (const std::string& big : oversized) session.messages.Show(common::Msg::ArchiveMemberTooLarge, big);
+  const auto book = std::find_if(unpacked.begin(), unpacked.end(),
+                                 [&](const UnpackedMember& member) { return member.name == chosenName; });
+  if (book == unpacked.end()) {
+    if (error != ArchiveError::None)
+      ShowArchiveError(error, name, session);
+    else if (oversized.empty())
+      ShowArchiveError(ArchiveError::ReadError, name, session);
+    return false;
+  }
+  bookFile = book->file;
   return true;
 }
 

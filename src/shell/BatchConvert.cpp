@@ -50,6 +50,7 @@ bool ConvertOne(const PlannedBook& planned, size_t index, const BookWriter& writ
   HeadlessEditor editor;
   BookSession session(workshop, serial, settings, editor, messages, progress);
   session.SetRememberBooks(false);
+  session.SetArchiveEntry(request.entry);
   bool ok = session.PrepareBook(planned.input);
   std::string document;
   if (ok && !editor.Document(document)) {

@@ -24,6 +24,7 @@ struct BatchRequest {
   bool compress = false;
   unsigned jobs = 1;
   std::string hyphenate;  // empty: no hyphenation; a language name, or "auto" for the text's own
+  std::string entry;      // the book to open inside archive inputs; empty: the only one
   Fb2Request fb2;
   // A last correction of each converted book before it is written (after the "output" slot
   // and the hyphenation); none when empty.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <span>
 #include <system_error>
+#include <utility>
 
 #include "common/Files.h"
 #include "common/Text.h"
@@ -134,8 +135,17 @@ bool BookSession::Convert(const std::string& path, const Fresh& fresh, fs::path&
   if (Contains(kArchiveExtensions, extension)) {
     const ArchiveUnpacker& unpack = registry_.archiveUnpacker();
     fs::path inner;
-    if (!unpack || !unpack(inputCopy, fresh.inputFolder / "unpacked", inner, job)) return false;
-    if (CheckInputFile(inner.string(), messages_, quiet_) != InputCheck::Ok) return false;
+    if (!unpack || !unpack(inputCopy, fresh.inputFolder / "unpacked", archiveEntry_, inner, job)) return false;
+    // The unpacked book is checked as any input; the message names it inside its archive.
+    const InputCheck check = CheckInputFile(inner.string(), messages_, true);
+    if (check != InputCheck::Ok) {
+      const std::string shown = fileName + "/" + inner.lexically_relative(fresh.inputFolder / "unpacked").generic_string();
+      const common::Msg msg = check == InputCheck::Empty    ? common::Msg::EmptyFile
+                              : check == InputCheck::Missing ? common::Msg::FileNotFound
+                                                             : common::Msg::NotSupportedFormat;
+      if (!quiet_) messages_.Show(msg, shown);
+      return false;
+    }
     source = inner;
     extension = common::LowerExtension(source);
   }
@@ -208,11 +218,12 @@ bool BookSession::PrepareBook(const std::string& path) {
     if (common::LowerExtension(path) == "cit") caption_ += kCitationsTitleMark;
     editor_.SetCaption(caption_);
     changed_ = false;
-    if (rememberBooks_) {
-      std::error_code ec;
-      const fs::path absolute = fs::absolute(path, ec);
-      AddRecentFile(settings_.recentFiles, ec ? path : absolute.string());
-    }
+    std::error_code ec;
+    const fs::path absolute = fs::absolute(path, ec);
+    const std::string listed = ec ? path : absolute.string();
+    if (rememberBooks_) AddRecentFile(settings_.recentFiles, listed);
+    openedArchive_ = check == InputCheck::Archive ? listed : std::string();
+    openedEntry_ = check == InputCheck::Archive ? archiveEntry_ : std::string();
     progress_.Percent(100);
     return true;
   } catch (const std::exception& e) {
@@ -249,7 +260,12 @@ bool BookSession::MnReloadBook() {
   if (settings_.recentFiles.empty()) return false;
   const std::string first = settings_.recentFiles.front();
   if (first.empty() || first == common::kRecentFilesPlaceholder || !common::FileExists(first)) return false;
-  return PrepareBook(first);
+  if (first != openedArchive_ || openedEntry_.empty()) return PrepareBook(first);
+  // The book chosen inside an archive of several.
+  const std::string chosen = std::exchange(archiveEntry_, openedEntry_);
+  const bool ok = PrepareBook(first);
+  archiveEntry_ = chosen;
+  return ok;
 }
 
 bool BookSession::MnSave() {

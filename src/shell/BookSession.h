@@ -49,6 +49,8 @@ class BookSession {
   void SetQuiet(bool quiet) { quiet_ = quiet; }
   // Whether opened books enter the recent-files list (a batch conversion keeps it unchanged).
   void SetRememberBooks(bool remember) { rememberBooks_ = remember; }
+  // The member of an archive that the next books open (empty: the only book inside).
+  void SetArchiveEntry(std::string entry) { archiveEntry_ = std::move(entry); }
   // Where the signature's date comes from; today's date unless replaced.
   void SetDateSource(std::function<std::string()> source) { dateSource_ = std::move(source); }
 
@@ -110,6 +112,11 @@ class BookSession {
   const ConverterRegistry& registry_;
   bool quiet_ = false;
   bool rememberBooks_ = true;
+  std::string archiveEntry_;
+  // The archive the open book came from (its path as the recent files hold it) and the member
+  // chosen in it, so that Reload opens the same book again.
+  std::string openedArchive_;
+  std::string openedEntry_;
   std::function<std::string()> dateSource_;
 
   int bookCounter_ = 0;

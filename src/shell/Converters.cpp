@@ -7,6 +7,7 @@
 #include "shell/ArchiveInput.h"
 #include "shell/CitationFile.h"
 #include "shell/PalmInput.h"
+#include "shell/ContainerInput.h"
 #include "shell/StoredBookInput.h"
 #include "shell/TextInput.h"
 #include "shell/ToolInput.h"
@@ -58,12 +59,17 @@ ConverterRegistry MakeBuiltInConverters() {
   registry.Add({"tcr book", {"tcr"}, ConvertTcrBook});
   registry.Add({"kml book", {"kml"}, ConvertKmlBook});
   registry.Add({"Palm book", {"prc", "pdb", "mobi", "azw"}, ConvertPalmBook});
+  registry.Add({"Rocket eBook", {"rb"}, ConvertRbBook});
+  registry.Add({"lit book", {"lit"}, ConvertLitBook});
   registry.Add({"HTML page", {"htm", "html", "shtml"}, ConvertHtmlBook});
   registry.Add({"PDF document", {"pdf"}, ConvertPdfBook});
   registry.Add({"office document", {"doc", "rtf"}, ConvertOfficeBook});
   registry.Add({"FictionBook", {"fb2"}, ConvertFb2Book});
   registry.Add({"FictionBook XML", {"xml"}, ConvertFb2Book});
-  registry.SetArchiveUnpacker(UnpackArchive);
+  registry.SetArchiveUnpacker([](const fs::path& archive, const fs::path& folder, const std::string& entry,
+                                 fs::path& bookFile, common::Session& session) {
+    return UnpackArchive(archive, folder, entry, bookFile, session);
+  });
   return registry;
 }
 

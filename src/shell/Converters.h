@@ -51,8 +51,9 @@ struct BookConverter {
   bool Accepts(std::string_view extension) const;
 };
 
-// Unpacks `archive` into `folder` and names the book file found inside.
-using ArchiveUnpacker = std::function<bool(const fs::path& archive, const fs::path& folder,
+// Unpacks the book `entry` of `archive` (empty: the only book in it) into `folder` and names
+// its file.
+using ArchiveUnpacker = std::function<bool(const fs::path& archive, const fs::path& folder, const std::string& entry,
                                            fs::path& bookFile, common::Session& session)>;
 
 class ConverterRegistry {

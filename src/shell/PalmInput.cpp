@@ -9,6 +9,7 @@
 #include "import/palm/PalmBook.h"
 #include "import/palm/PalmHtmlChain.h"
 #include "markup/BookMarkup.h"
+#include "shell/ContainerInput.h"
 #include "shell/TextInput.h"
 
 namespace pw::shell {
@@ -33,17 +34,6 @@ bool WritePictures(const PalmBook& book, const fs::path& folder) {
     }
   }
   return true;
-}
-
-// The author and title headings after the body tag (empty ones are left out).
-void InsertBookHeadings(std::string& document, const std::string& author, const std::string& title,
-                        const common::ElementColours& colours) {
-  std::string headings;
-  if (!author.empty()) headings += markup::MakeBookAuthor(import::palm::EscapeMarkup(author), colours.bookAuthor) + "\r\n";
-  if (!title.empty()) headings += markup::MakeBookTitle(import::palm::EscapeMarkup(title), colours.bookTitle) + "\r\n";
-  const size_t body = common::FindAsciiCaseless(document, "<BODY");
-  const size_t lineEnd = body == std::string::npos ? std::string::npos : document.find("\r\n", body);
-  document.insert(lineEnd == std::string::npos ? 0 : lineEnd + 2, headings);
 }
 
 bool ConvertMarkup(ConvertJob& job, const PalmBook& book, std::string author, std::string title) {
@@ -74,8 +64,8 @@ bool ConvertMarkup(ConvertJob& job, const PalmBook& book, std::string author, st
     document = import::ConvertTextToBook(text, import::TextTarget::Html0, session, options);
   } else {
     // What the text's own first headings name stays; the container fills in the rest.
-    InsertBookHeadings(document, report.bookAuthor.empty() ? author : std::string(),
-                       report.bookTitle.empty() ? title : std::string(), session.settings.elementColours);
+    PlaceBookHeader(document, report.bookAuthor.empty() ? author : std::string(),
+                    report.bookTitle.empty() ? title : std::string(), session);
   }
   if (!common::WriteFileAtomic(job.workingDocument, document)) {
     session.messages.Show(common::Msg::ErrorWritingFile, job.workingDocument.string());

@@ -12,8 +12,9 @@ namespace {
 
 constexpr std::string_view kMagic = "PWSET";
 // Layout history: 1 — the first record; 2 — reader geometry and zoom, citation folders, FB2
-// export options, multi-language saving, tool paths.
-constexpr uint16_t kSettingsLayoutVersion = 3;
+// export options, multi-language saving, tool paths; 3 — reading fonts and colours; 4 — time-outs
+// of the pdf and office tools.
+constexpr uint16_t kSettingsLayoutVersion = 4;
 // Lists of the record are short (recent files, programs); a longer one means damage.
 constexpr int32_t kLongestList = 1000;
 

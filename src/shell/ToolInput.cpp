@@ -1,18 +1,14 @@
 #include "shell/ToolInput.h"
 
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdlib>
-#include <thread>
 
 #include "common/Files.h"
 #include "common/Text.h"
 #include "import/HtmlToBook.h"
 #include "import/PdfLayout.h"
+#include "import/ShellWait.h"
 #include "shell/WorkshopFolder.h"
 
 namespace pw::shell {
@@ -21,44 +17,12 @@ namespace fs = std::filesystem;
 
 int RunTool(const std::vector<std::string>& arguments, const fs::path& folder, int timeoutSeconds,
             const fs::path& outputFile) {
-  if (arguments.empty()) return -1;
-  std::vector<char*> argv;
-  for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-  argv.push_back(nullptr);
-  const pid_t child = fork();
-  if (child < 0) return -1;
-  if (child == 0) {
-    if (!folder.empty() && chdir(folder.c_str()) != 0) _exit(127);
-    const int devNull = open("/dev/null", O_RDWR);
-    if (devNull >= 0) {
-      dup2(devNull, STDIN_FILENO);
-      dup2(devNull, STDOUT_FILENO);
-      dup2(devNull, STDERR_FILENO);
-    }
-    if (!outputFile.empty()) {
-      const int out = open(outputFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-      if (out < 0) _exit(127);
-      dup2(out, STDOUT_FILENO);
-    }
-    setpgid(0, 0);
-    execvp(argv[0], argv.data());
-    _exit(127);
-  }
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(timeoutSeconds);
-  int status = 0;
-  while (true) {
-    const pid_t done = waitpid(child, &status, WNOHANG);
-    if (done == child) break;
-    if (done < 0) return -1;
-    if (std::chrono::steady_clock::now() > deadline) {
-      kill(-child, SIGKILL);
-      kill(child, SIGKILL);
-      waitpid(child, &status, 0);
-      return -1;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  import::ShellWaitOptions options;
+  options.folder = folder;
+  options.outputFile = outputFile;
+  const import::ShellResult result = import::ShellWait(arguments, timeoutSeconds, "", options);
+  if (!result.started) return arguments.empty() ? -1 : result.exitCode;
+  return result.timedOut ? -1 : result.exitCode;
 }
 
 std::string FindTool(const std::string& configured, const std::vector<std::string>& names) {
@@ -78,8 +42,6 @@ std::string FindTool(const std::string& configured, const std::vector<std::strin
 }
 
 namespace {
-
-constexpr int kToolTimeout = 300;
 
 // A folder of its own in the book folder for what the program writes.
 fs::path ToolFolder(const ConvertJob& job, std::string_view name) {
@@ -101,7 +63,8 @@ bool ConvertPdfBook(ConvertJob& job) {
   const fs::path folder = ToolFolder(job, "pdf");
   const fs::path input = fs::absolute(job.input);
   std::string xml;
-  if (RunTool({tool, "-q", "-xml", "-i", "-enc", "UTF-8", input.string(), "book"}, folder, kToolTimeout) != 0 ||
+  if (RunTool({tool, "-q", "-xml", "-i", "-enc", "UTF-8", input.string(), "book"}, folder,
+              session.settings.pdfToolTimeout) != 0 ||
       !common::ReadWholeFile(folder / "book.xml", xml)) {
     session.messages.Show(common::Msg::CannotConvert, ": " + job.sourceName);
     return false;
@@ -112,7 +75,8 @@ bool ConvertPdfBook(ConvertJob& job) {
   const std::string infoTool = access(tool2.c_str(), X_OK) == 0 ? tool2.string() : FindTool("", {"pdfinfo"});
   std::string infoText;
   if (!infoTool.empty() &&
-      RunTool({infoTool, "-enc", "UTF-8", input.string()}, folder, kToolTimeout, folder / "info.txt") == 0 &&
+      RunTool({infoTool, "-enc", "UTF-8", input.string()}, folder, session.settings.pdfToolTimeout,
+              folder / "info.txt") == 0 &&
       common::ReadWholeFile(folder / "info.txt", infoText))
     info = import::ReadPdfInfo(infoText);
 
@@ -131,7 +95,7 @@ bool ConvertOfficeBook(ConvertJob& job) {
   common::Session& session = job.session;
   const std::string tool = FindTool(session.settings.wordProcessorPath, {"soffice", "libreoffice"});
   if (tool.empty()) {
-    session.messages.Show(common::Msg::ToolMissing, "soffice");
+    session.messages.Show(common::Msg::OfficeSuiteMissing);
     return false;
   }
   session.progress.Status("...opening file...be patient, may take long time...");
@@ -140,18 +104,22 @@ bool ConvertOfficeBook(ConvertJob& job) {
   // The suite keeps a profile; one of its own in the scratch folder keeps runs apart.
   const std::string profile = "-env:UserInstallation=file://" + (folder / "profile").string();
   if (RunTool({tool, profile, "--headless", "--convert-to", "html", "--outdir", folder.string(), input.string()}, folder,
-              kToolTimeout) != 0) {
+              session.settings.officeToolTimeout) != 0) {
+    std::error_code ignored;
+    fs::remove_all(folder, ignored);
     session.messages.Show(common::Msg::CannotConvert, ": " + job.sourceName);
     return false;
   }
   const fs::path html = folder / (job.input.stem().string() + ".html");
+  session.progress.Status("...looking for styles...be patient, may take long time...");
   session.progress.Status("...making basic transformations...");
   import::HtmlImportReport report;
-  if (!common::FileExists(html) || !import::ConvertHtmlFileToHtml0(html, job.workingDocument, session, &report)) {
-    session.messages.Show(common::Msg::CannotConvert, ": " + job.sourceName);
-    return false;
-  }
-  return true;
+  const bool ok = common::FileExists(html) && import::ConvertHtmlFileToHtml0(html, job.workingDocument, session, &report);
+  // The pictures were copied beside the book; the suite's files and profile go.
+  std::error_code ignored;
+  fs::remove_all(folder, ignored);
+  if (!ok) session.messages.Show(common::Msg::CannotConvert, ": " + job.sourceName);
+  return ok;
 }
 
 }  // namespace pw::shell

@@ -12,9 +12,9 @@
 namespace pw::shell {
 
 // Runs `arguments` (the program first, looked up on PATH when it has no folder) in `folder`
-// with no terminal, its output discarded; ends it after `timeoutSeconds`. The program's exit
-// code, or -1 when it could not be started or was ended.
-// With `outputFile` set, the program's standard output goes there.
+// hidden, through ShellWait; ends it after `timeoutSeconds`. The program's exit code, 127 when
+// there is no such program, or -1 when it was ended or nothing was given. With `outputFile`
+// set, the program's standard output goes there.
 int RunTool(const std::vector<std::string>& arguments, const std::filesystem::path& folder, int timeoutSeconds,
             const std::filesystem::path& outputFile = {});
 

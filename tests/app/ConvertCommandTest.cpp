@@ -3,12 +3,34 @@
 #include "common/Files.h"
 #include "markup/BookMarkup.h"
 #include "markup/StoredBook.h"
+#include "shell/ZipFixture.h"
 #include "support/TestSupport.h"
 
 namespace pw::app {
 namespace {
 
+namespace fs = std::filesystem;
+
 std::string Program() { return test::ProgramPath().string(); }
+
+TEST(ConvertCommand, AnArchiveWithSeveralBooksNeedsItsEntry) {
+  test::ScratchFolder folder;
+  const std::string home = " --home " + (folder / "home").string();
+  const fs::path zip = folder / "pack.zip";
+  ASSERT_TRUE(common::WriteFileAtomic(zip, shell::testing::MakeZip({{"one.txt", "The first book of the pack."},
+                                                                      {"two.txt", "The second book of the pack."}})));
+  const std::string out = (folder / "book.html0").string();
+  std::string output;
+  EXPECT_NE(test::RunCommand(Program() + " convert -q " + zip.string() + " -o " + out + home, &output), 0);
+  EXPECT_NE(output.find("the archive holds several books, choose one of them:\none.txt\ntwo.txt"), std::string::npos)
+      << output;
+  EXPECT_FALSE(fs::exists(out));
+  ASSERT_EQ(test::RunCommand(Program() + " convert -q --entry two.txt " + zip.string() + " -o " + out + home, &output), 0)
+      << output;
+  std::string book;
+  ASSERT_TRUE(common::ReadWholeFile(out, book));
+  EXPECT_NE(book.find("The second book of the pack."), std::string::npos);
+}
 
 TEST(ConvertCommand, StoredBookAndBack) {
   test::ScratchFolder folder;

@@ -91,7 +91,7 @@ TEST(CorrectorRoutes, SlotsAndSettingsAreWrittenAtOnce) {
 
   json changed = Post(client, "/api/settings",
                       {{"interfaceLanguage", "ru"}, {"mode", "LINE ENDS"}, {"colours", {{"title", "#123456"}}},
-                       {"warnUnsaved", false}, {"outsidePrograms", {"/usr/bin/reader"}}});
+                       {"warnUnsaved", false}, {"outsidePrograms", {"/usr/bin/reader"}}, {"officeToolTimeout", 600}});
   ASSERT_TRUE(changed["ok"].get<bool>()) << changed;
   ASSERT_EQ(shell::RestoreSettings(settingsFile, onDisk), shell::RestoreResult::Read);
   EXPECT_EQ(onDisk.interfaceLanguage, common::Language::Russian);
@@ -99,6 +99,11 @@ TEST(CorrectorRoutes, SlotsAndSettingsAreWrittenAtOnce) {
   EXPECT_EQ(onDisk.elementColours.title, "#123456");
   EXPECT_FALSE(onDisk.warnUnsaved);
   EXPECT_EQ(onDisk.outsidePrograms, std::vector<std::string>{"/usr/bin/reader"});
+  EXPECT_EQ(onDisk.officeToolTimeout, 600);
+  EXPECT_EQ(onDisk.pdfToolTimeout, 300);
+  // A time-out must be a whole number of seconds, at least one and at most a day.
+  for (const json& bad : {json(0), json(86401), json("60"), json(1.5)})
+    EXPECT_EQ(client.Post("/api/settings", json({{"pdfToolTimeout", bad}}).dump(), "application/json")->status, 422) << bad;
   // A bad value refuses the whole change, named.
   const auto refused = client.Post("/api/settings", json({{"dashStyle", "huge"}, {"editorFont", "Serif"}}).dump(),
                                    "application/json");

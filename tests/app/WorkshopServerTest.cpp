@@ -9,8 +9,10 @@
 
 #include "common/Files.h"
 #include "markup/BookMarkup.h"
+#include "markup/HtmlTags.h"
 #include "shell/SettingsFile.h"
 #include "app/RunningWorkshop.h"
+#include "shell/ZipFixture.h"
 #include "support/Fb2Validity.h"
 #include "support/TestSupport.h"
 
@@ -72,6 +74,13 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   EXPECT_EQ(state["book"], book.string());
   auto document = client.Get("/book/document");
   EXPECT_NE(document->body.find("First words of the book."), std::string::npos);
+  // The page's own style comes inside the document, before its body, and cannot end its element.
+  const std::string styled = client.Get("/book/document?style=body%20%7B%20color%3A%20red%20%7D%3C%2Fstyle%3E%3Cscript%3E")->body;
+  const std::string styleElement = "<style id=\"PwPageStyle\">body { color: red }/style>script></style>";
+  const size_t style = styled.find(styleElement);
+  ASSERT_NE(style, std::string::npos) << styled.substr(0, 400);
+  EXPECT_LT(style, markup::FindTagIgnoringCase(styled, "<body"));
+  EXPECT_EQ(std::string(styled).erase(style, styleElement.size()), document->body);
 
   // The reader's settings for the open book.
   const json readerState = json::parse(client.Get("/api/reader")->body);
@@ -302,6 +311,44 @@ TEST(WorkshopServer, IdleEndSavesTheBookFirstAndTheNextStartOpensIt) {
   EXPECT_NE(reopened.html.find("<SPAN id=title>"), std::string::npos);
   EXPECT_NE(reopened.html.find("The road went on."), std::string::npos);
   again.shell().Exit();
+}
+
+}  // namespace
+}  // namespace pw::app
+
+namespace pw::app {
+namespace {
+
+TEST(WorkshopServer, ArchiveFilesListedAndTheChosenOneOpened) {
+  RunningWorkshop workshop;
+  httplib::Client client = workshop.Client();
+  const fs::path zip = workshop.folder / "pack.zip";
+  ASSERT_TRUE(common::WriteFileAtomic(zip, shell::testing::MakeZip({{"readme.txt", "read me first, please"},
+                                                                      {"pictures/a.png", "png"},
+                                                                      {"book/Story.txt", "The text of the story."}})));
+  auto listed = client.Get(("/api/archive?path=" + httplib::detail::encode_query_param(zip.string())).c_str());
+  ASSERT_TRUE(listed);
+  const json list = json::parse(listed->body);
+  ASSERT_TRUE(list["ok"].get<bool>()) << listed->body;
+  ASSERT_EQ(list["members"].size(), 3u);
+  EXPECT_EQ(list["members"][2]["name"], "book/Story.txt");
+  EXPECT_TRUE(list["members"][2]["book"].get<bool>());
+  EXPECT_FALSE(list["members"][1]["book"].get<bool>());
+
+  const json open{{"path", zip.string()}, {"entry", "book/Story.txt"}};
+  auto opened = client.Post("/api/archive/open", open.dump(), "application/json");
+  ASSERT_TRUE(opened);
+  EXPECT_TRUE(json::parse(opened->body)["ok"].get<bool>()) << opened->body;
+  const auto document = client.Get("/book/document");
+  ASSERT_TRUE(document);
+  EXPECT_NE(document->body.find("The text of the story."), std::string::npos);
+
+  auto missing = client.Get(("/api/archive?path=" + httplib::detail::encode_query_param((workshop.folder / "gone.zip").string())).c_str());
+  ASSERT_TRUE(missing);
+  const json refused = json::parse(missing->body);
+  EXPECT_FALSE(refused["ok"].get<bool>());
+  EXPECT_EQ(refused["message"], "Cannot open gone.zip");
+  EXPECT_EQ(client.Post("/api/archive/open", "{\"path\":1}", "application/json")->status, 400);
 }
 
 }  // namespace

@@ -36,5 +36,18 @@ TEST(HtmlTags, ElementsMatchTheirClosingTagCountingNesting) {
   EXPECT_EQ(ElementStart(html, html.find("<DIV>")), std::string::npos);
 }
 
+TEST(HtmlTags, FindsATagInAnyCaseAndPlacesAnElementBeforeTheBody) {
+  EXPECT_EQ(FindTagIgnoringCase("<p>a < b</P><BoDy x=1>", "<body"), 12u);
+  EXPECT_EQ(FindTagIgnoringCase("<bodyguard></bodyguard>", "<body"), std::string_view::npos);
+  EXPECT_EQ(FindTagIgnoringCase("<bodyguard></body>", "</body"), 11u);
+  EXPECT_EQ(FindTagIgnoringCase("<body><body>", "<body", 1), 6u);
+  EXPECT_EQ(FindTagIgnoringCase("text <bo", "<body"), std::string_view::npos);
+
+  EXPECT_EQ(InsertBeforeBody("<HTML><HEAD></HEAD><BODY>x</BODY></HTML>", "<style>s</style>"),
+            "<HTML><HEAD></HEAD><style>s</style><BODY>x</BODY></HTML>");
+  // A fragment has no body: the element goes first, and nothing of the text is lost.
+  EXPECT_EQ(InsertBeforeBody("<DIV>a</DIV>", "<style>s</style>"), "<style>s</style><DIV>a</DIV>");
+}
+
 }  // namespace
 }  // namespace pw::markup

@@ -11,6 +11,8 @@
 #include "shell/CitationFile.h"
 #include "shell/SaveBook.h"
 #include "shell/ShellTestSupport.h"
+#include "shell/ToolInput.h"
+#include "shell/ZipFixture.h"
 
 namespace pw::shell {
 namespace {
@@ -29,6 +31,8 @@ struct SessionBench : Workbench {
     return count;
   }
 };
+
+bool OfficeSuiteInstalled() { return !FindTool("", {"soffice", "libreoffice"}).empty(); }
 
 // A compressed stored book with a header, a picture and an inline description.
 std::string StoredSample() {
@@ -139,8 +143,7 @@ TEST(BookSession, FailuresLeaveThePreviousBookAsItWas) {
     std::string bytes;
     std::string message;
   };
-  const std::vector<Case> cases{
-      {"story.rtf", "{\\rtf1 some text}", "cannot convert to Pagewright format: story.rtf"},
+  std::vector<Case> cases{
       {"bad.html0", markup::MakeStoredBookHeader({}, true) + std::string("\x05\x00\x00\x00\x10\x00\x00\x00", 8),
        "cannot convert to Pagewright format: bad.html0"},
       {"pack.zip", "PK\x03\x04 not really", "cannot convert to Pagewright format: pack.zip"},
@@ -148,6 +151,10 @@ TEST(BookSession, FailuresLeaveThePreviousBookAsItWas) {
       {"tiny.txt", "short", "Empty file: "},
       {"book.odt", "long enough content", "Not supported input file format: "},
   };
+  // Without an office suite a Word or RTF document cannot be read at all; with one it opens
+  // (BookSession.OfficeDocumentsNeedTheSuite).
+  if (!OfficeSuiteInstalled())
+    cases.push_back({"story.rtf", "{\\rtf1 some text}", "cannot convert to Pagewright format: story.rtf"});
   for (const Case& c : cases) {
     const fs::path path = b.Write(c.name, c.bytes);
     const auto sourceState = StateOf(path);
@@ -173,6 +180,58 @@ TEST(BookSession, FailuresLeaveThePreviousBookAsItWas) {
   EXPECT_EQ(b.progress.statuses.back(), "");
 }
 
+TEST(BookSession, OfficeDocumentsNeedTheSuite) {
+  SessionBench b;
+  const fs::path rtf = b.Write("story.rtf", "{\\rtf1\\ansi some text of a story\\par}");
+  const auto sourceState = StateOf(rtf);
+  if (OfficeSuiteInstalled()) {
+    ASSERT_TRUE(b.session.PrepareBook(rtf.string())) << ::testing::PrintToString(b.sink.shown);
+    std::string document;
+    ASSERT_TRUE(b.editor.Document(document));
+    EXPECT_NE(document.find("some text of a story"), std::string::npos);
+  } else {
+    EXPECT_FALSE(b.session.PrepareBook(rtf.string()));
+    EXPECT_EQ(b.sink.shown, (std::vector<std::string>{"Operation failed. Check your LibreOffice installation.",
+                                                       "cannot convert to Pagewright format: story.rtf"}));
+    EXPECT_TRUE(b.session.workingDocument().empty());
+    EXPECT_EQ(b.BookFolders(), 0u);
+    b.messages.SetLanguage(common::Language::Russian);
+    EXPECT_FALSE(b.session.PrepareBook(rtf.string()));
+    EXPECT_EQ(b.sink.shown.at(2), "Операция невозможна. Проверьте, инсталлирован ли LibreOffice.");
+  }
+  EXPECT_EQ(StateOf(rtf), sourceState);
+}
+
+TEST(BookSession, ArchivesOpenTheChosenBook) {
+  SessionBench b;
+  const fs::path zip = b.Write("pack.zip", testing::MakeZip({{"readme.txt", "read me first, please"},
+                                                             {"tiny.txt", "123456789"},
+                                                             {"book/Story.txt", "The text of the story itself."}}));
+  const auto sourceState = StateOf(zip);
+  EXPECT_FALSE(b.session.PrepareBook(zip.string()));
+  ASSERT_EQ(b.sink.shown.size(), 2u);
+  EXPECT_EQ(b.sink.shown[0], "the archive holds several books, choose one of them:\nreadme.txt\ntiny.txt\nbook/Story.txt");
+  EXPECT_EQ(b.sink.shown[1], "cannot convert to Pagewright format: pack.zip");
+
+  b.session.SetArchiveEntry("tiny.txt");  // a member shorter than ten bytes is an empty file
+  EXPECT_FALSE(b.session.PrepareBook(zip.string()));
+  EXPECT_EQ(b.sink.shown.at(2), "Empty file: pack.zip/tiny.txt");  // named inside its archive
+
+  b.session.SetArchiveEntry("book/Story.txt");
+  ASSERT_TRUE(b.session.PrepareBook(zip.string())) << ::testing::PrintToString(b.sink.shown);
+  EXPECT_EQ(b.session.workingDocument().filename(), "Story.html0");
+  std::string document;
+  ASSERT_TRUE(b.editor.Document(document));
+  EXPECT_NE(document.find("The text of the story itself."), std::string::npos);
+  EXPECT_EQ(StateOf(zip), sourceState);
+  EXPECT_EQ(b.settings.recentFiles.front(), fs::absolute(zip).string());
+  // Reload opens the chosen book again, although the archive holds several.
+  b.session.SetArchiveEntry({});
+  ASSERT_TRUE(b.session.MnReloadBook()) << ::testing::PrintToString(b.sink.shown);
+  ASSERT_TRUE(b.editor.Document(document));
+  EXPECT_NE(document.find("The text of the story itself."), std::string::npos);
+}
+
 TEST(BookSession, ConvertersAndTheArchiveStepComeFromTheRegistry) {
   Workbench w;
   ConverterRegistry registry;
@@ -187,7 +246,8 @@ TEST(BookSession, ConvertersAndTheArchiveStepComeFromTheRegistry) {
                   calls.push_back("second");
                   return false;
                 }});
-  registry.SetArchiveUnpacker([](const fs::path& archive, const fs::path& folder, fs::path& book, common::Session&) {
+  registry.SetArchiveUnpacker([](const fs::path& archive, const fs::path& folder, const std::string&, fs::path& book,
+                                 common::Session&) {
     std::string bytes;
     common::ReadWholeFile(archive, bytes);
     common::MakeFolderIfMissing(folder);

@@ -52,8 +52,9 @@ TEST(SettingsFile, BadFilesGiveTheDefaults) {
       good.substr(0, good.size() / 2),
       good.substr(0, good.size() - 1),
       good + "x",
-      std::string("PWSET\x02\x00", 7) + good.substr(7),  // an older layout
-      std::string("PWSET\x04\x00", 7) + good.substr(7),  // a newer layout
+      std::string("PWSET\x01\x00", 7) + good.substr(7),  // an older layout
+      std::string("PWSET\x03\x00", 7) + good.substr(7),  // the layout before the tool time-outs
+      std::string("PWSET\x05\x00", 7) + good.substr(7),  // a newer layout
       std::string("<HTML>foreign file</HTML>"),
   };
   for (size_t i = 0; i < bad.size(); ++i) {

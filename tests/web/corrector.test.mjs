@@ -176,6 +176,10 @@ test('the settings dialog switches the interface to Russian; the palette and dia
   await page.waitForSelector('#SettingsF[open]');
   await page.selectOption('#InterfaceLanguageL', 'ru');
   await page.waitForFunction(() => document.documentElement.lang === 'ru');
+  // An outside program's time-out is kept as whole seconds.
+  await page.fill('#OfficeTimeoutN', '45');
+  await page.press('#OfficeTimeoutN', 'Tab');
+  await page.waitForFunction(async () => (await (await import('/web/api.js')).getJson('/api/settings')).officeToolTimeout === 45);
   await page.screenshot({ path: join(artifacts, 'corrector-settings-ru.png') });
   await page.click('#SettingsF button[value=close]');
   await menu(page, 'ViewMenu', 'MnToolFloatF');

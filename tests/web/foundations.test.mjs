@@ -213,10 +213,73 @@ test('find and replace with a regular expression, one undo step, a bad pattern a
   await page.check('#InHtmlB');
   await page.fill('#FindWhat', 'id="?title"?');
   await page.fill('#ReplaceWith', 'id=subtitle');
+  const titles = await frame(page).locator('span#title').count();
+  assert.ok(titles >= 2, `titles in the book: ${titles}`);
+  // Next selects the element whose tag holds the match; one replacement rewrites that tag only.
+  await frame(page).locator('body').evaluate((body) => {
+    const range = body.ownerDocument.createRange();
+    range.setStart(body, 0);
+    body.ownerDocument.getSelection().removeAllRanges();
+    body.ownerDocument.getSelection().addRange(range);
+  });
+  await page.click('#FindNextB');
+  await page.waitForFunction((n) => document.getElementById('FindStatus').textContent === `Match 1 of ${n}`, titles);
+  const firstTitle = await frame(page).locator('span#title').first().textContent();
+  assert.equal((await frame(page).locator('body').evaluate((body) => body.ownerDocument.getSelection().toString())).trim(),
+               firstTitle.trim());
+  await page.click('#FindNextB');
+  await page.waitForFunction((n) => document.getElementById('FindStatus').textContent === `Match 2 of ${n}`, titles);
+  await page.click('#FindPreviousB');
+  await page.waitForFunction((n) => document.getElementById('FindStatus').textContent === `Match 1 of ${n}`, titles);
+  await page.click('#ReplaceB');
+  await page.waitForFunction((n) => document.getElementById('FindStatus').textContent === `Match 1 of ${n - 1}`, titles);
+  assert.equal(await frame(page).locator('span#title').count(), titles - 1);
+  assert.equal((await frame(page).locator('span#subtitle').first().textContent()).trim(), firstTitle.trim());
+  await frame(page).locator('body').press('Control+z');
+  await page.waitForFunction(() => document.getElementById('editor').contentDocument.querySelectorAll('span#subtitle').length === 0);
+  assert.equal(await frame(page).locator('span#title').count(), titles);
   await page.click('#ReplaceAllB');
   await page.waitForFunction(() => /^Replaced: [1-9]/.test(document.getElementById('FindStatus').textContent));
   await frame(page).locator('span#subtitle').first().waitFor();
   await page.screenshot({ path: join(artifacts, 'find-replace.png') });
+  assert.deepEqual(errors, []);
+  await context.close();
+  workshop.process.kill();
+  await workshop.ended;
+});
+
+test('offsets in the written HTML and positions in the DOM map both ways', async () => {
+  const { workshop, page, context, errors } = await workshopWithBook();
+  const failures = await page.evaluate(async () => {
+    const { positionAt, htmlOffsetOf, childrenCovering } = await import('/web/htmlPositions.js');
+    const holder = document.createElement('div');
+    holder.innerHTML = '<div align=justify>a &amp; b\u00a0c &lt;d&gt;</div>\n<span id=title><div><b>Ti</b>tle</div></span>' +
+                       '<!-- note --><br><div>ё<img src=x>end</div>';
+    const html = holder.innerHTML;
+    const found = [];
+    // Every offset between two written characters of text maps to a DOM position and back.
+    const textOffsets = [];
+    for (let at = 0, inTag = false, inEntity = false; at <= html.length; ++at) {
+      const c = html[at];
+      if (!inTag && !inEntity) textOffsets.push(at);
+      if (c === '<') inTag = true; else if (c === '>') inTag = false;
+      else if (!inTag && c === '&') inEntity = true; else if (inEntity && c === ';') inEntity = false;
+    }
+    for (const at of textOffsets) {
+      const { node, offset } = positionAt(holder, at);
+      const back = htmlOffsetOf(holder, node, offset);
+      if (back !== at) found.push(`${at} -> ${back}`);
+    }
+    // A position inside a tag goes to the boundary before the element.
+    const inTag = positionAt(holder, html.indexOf('id=') + 1);
+    if (inTag.node !== holder || holder.childNodes[inTag.offset].nodeName !== 'SPAN') found.push('inside a tag');
+    const covered = childrenCovering(holder, html.indexOf('b>Ti'), html.indexOf('<br>') + 1);
+    if (covered.first.nodeName !== 'SPAN' || covered.last.nodeName !== 'BR' || html.slice(covered.start, covered.start + 5) !== '<span' ||
+        html.slice(covered.start, covered.end) !== covered.first.outerHTML + '<!-- note -->' + covered.last.outerHTML)
+      found.push('covering: ' + covered.first.nodeName + ' ' + covered.last.nodeName);
+    return found;
+  });
+  assert.deepEqual(failures, []);
   assert.deepEqual(errors, []);
   await context.close();
   workshop.process.kill();

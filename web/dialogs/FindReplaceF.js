@@ -2,10 +2,12 @@
 // or a regular expression, whole words, case) over the text the page shows, or the part
 // selected; the page highlights the match, scrolls to it and replaces in its own document, so
 // that each replacement, and each "replace all", is one step of the history. In HTML mode the
-// server replaces in the book's HTML (or the selection's) and the page takes its answer.
+// same search runs over the body's HTML: next and previous select what a match covers, one
+// replacement rewrites the blocks it touches, and "replace all" is done by the server.
 
 import * as api from '../api.js';
 import * as editor from '../editor.js';
+import { childrenCovering, htmlOffsetOf, positionAt } from '../htmlPositions.js';
 import { registerTexts, translate, t } from '../i18n.js';
 import { registerCommand } from '../menus.js';
 
@@ -15,17 +17,15 @@ registerTexts({
         'find.html': 'In the HTML', 'find.scope': 'Where', 'find.book': 'Whole book', 'find.selection': 'Selection',
         'find.next': 'Find next', 'find.previous': 'Find previous', 'find.replace': 'Replace',
         'find.replaceAll': 'Replace all', 'find.close': 'Close', 'find.none': 'Not found',
-        'find.position': 'Match {0} of {1}', 'find.replaced': 'Replaced: {0}', 'find.counted': 'Found: {0}',
-        'find.step': 'Replace', 'find.stepAll': 'Replace all', 'find.noSelection': 'Select the part of the book to search first',
-        'find.htmlOnlyAll': 'In the HTML: use Replace all or Find to count' },
+        'find.position': 'Match {0} of {1}', 'find.replaced': 'Replaced: {0}',
+        'find.step': 'Replace', 'find.stepAll': 'Replace all', 'find.noSelection': 'Select the part of the book to search first' },
   ru: { 'find.heading': 'Найти и заменить', 'find.what': 'Найти', 'find.with': 'Заменить на',
         'find.case': 'С учётом регистра', 'find.word': 'Слово целиком', 'find.regex': 'Регулярное выражение',
         'find.html': 'В HTML-коде', 'find.scope': 'Где', 'find.book': 'Вся книга', 'find.selection': 'Выделенный фрагмент',
         'find.next': 'Найти далее', 'find.previous': 'Найти назад', 'find.replace': 'Заменить',
         'find.replaceAll': 'Заменить все', 'find.close': 'Закрыть', 'find.none': 'Не найдено',
-        'find.position': 'Совпадение {0} из {1}', 'find.replaced': 'Заменено: {0}', 'find.counted': 'Найдено: {0}',
-        'find.step': 'Замена', 'find.stepAll': 'Заменить все', 'find.noSelection': 'Сначала выделите фрагмент книги для поиска',
-        'find.htmlOnlyAll': 'В HTML-коде: «Заменить все» или поиск для подсчёта' },
+        'find.position': 'Совпадение {0} из {1}', 'find.replaced': 'Заменено: {0}',
+        'find.step': 'Замена', 'find.stepAll': 'Заменить все', 'find.noSelection': 'Сначала выделите фрагмент книги для поиска' },
 });
 
 const HIGHLIGHT = 'pw-find';
@@ -156,26 +156,34 @@ function highlight(range) {
   editor.reveal(range.startContainer);
 }
 
-// Searches the book (or the selection kept when the search began) and keeps the matches.
-async function search() {
+// The matches of the form's query in `searched` (the book's text or its HTML), or in the part of
+// it the selection kept when the search began covers; `offsetOf(node, offset)` gives the offset
+// in `searched` of a DOM position. Null when there is nothing to search or the pattern is bad.
+async function matchesIn(searched, offsetOf) {
   const q = query();
   if (!q.what) { showError(''); return null; }
-  const text = bookText(editor.bookDocument().body);
   let scopeStart = 0;
-  let scopeEnd = text.text.length;
+  let scopeEnd = searched.length;
   if (field('FindScope').value === 'selection') {
     if (!scopeRange) scopeRange = editor.selectionRange()?.cloneRange() || null;
     if (!scopeRange) { statusLine.textContent = t('find.noSelection'); return null; }
-    scopeStart = textOffset(text, scopeRange.startContainer, scopeRange.startOffset);
-    scopeEnd = textOffset(text, scopeRange.endContainer, scopeRange.endOffset);
+    scopeStart = offsetOf(scopeRange.startContainer, scopeRange.startOffset);
+    scopeEnd = offsetOf(scopeRange.endContainer, scopeRange.endOffset);
   }
-  const answer = await api.postJson('/api/find', { ...q, text: text.text.slice(scopeStart, scopeEnd) });
+  const answer = await api.postJson('/api/find', { ...q, text: searched.slice(scopeStart, scopeEnd) });
   if (!answer.ok) {
     showError(answer.error || t('find.none'));
     return null;
   }
   showError('');
-  return { text, matches: answer.matches.map((m) => ({ ...m, start: m.start + scopeStart, end: m.end + scopeStart })) };
+  return answer.matches.map((m) => ({ ...m, start: m.start + scopeStart, end: m.end + scopeStart }));
+}
+
+// Searches the book's text as the page shows it.
+async function search() {
+  const text = bookText(editor.bookDocument().body);
+  const matches = await matchesIn(text.text, (node, offset) => textOffset(text, node, offset));
+  return matches && { text, matches };
 }
 
 function caretTextOffset(text, atEnd) {
@@ -186,7 +194,7 @@ function caretTextOffset(text, atEnd) {
 
 // Selects the next (or previous) match after the caret, round the end of the book.
 export async function findNext(backwards = false) {
-  if (field('InHtmlB').checked) return countInHtml();
+  if (field('InHtmlB').checked) return findNextInHtml(backwards);
   const result = await search();
   if (!result) return false;
   const { matches, text } = result;
@@ -205,7 +213,7 @@ export async function findNext(backwards = false) {
 
 // Replaces the selected match (when the selection is one) and goes on to the next.
 async function replaceOne() {
-  if (field('InHtmlB').checked) { statusLine.textContent = t('find.htmlOnlyAll'); return; }
+  if (field('InHtmlB').checked) return replaceOneInHtml();
   const result = await search();
   if (!result) return;
   const range = editor.selectionRange();
@@ -276,15 +284,84 @@ async function replaceAllInHtml(q) {
   return answer.count;
 }
 
-async function countInHtml() {
-  const q = query();
-  const selection = field('FindScope').value === 'selection' ? editor.selectionRange() : null;
-  if (!selection) await editor.sync();
-  const answer = await api.postJson('/api/replace-html', { ...q, count: true, ...(selection ? { html: selectionHtml(selection) } : {}) });
-  if (!answer.ok) { showError(answer.error); return false; }
-  showError('');
-  statusLine.textContent = answer.count ? t('find.counted', answer.count) : t('find.none');
-  return answer.count > 0;
+// In the HTML: the book's body as the browser writes it is searched as text; a match is shown
+// by selecting the nodes it covers, and replaced by rewriting only the blocks it touches.
+let shownHtmlMatch = null;  // { start, end, replacement, html, range } of the match last selected
+
+async function searchHtml() {
+  const body = editor.bookDocument().body;
+  const html = body.innerHTML;
+  const matches = await matchesIn(html, (node, offset) => htmlOffsetOf(body, node, offset));
+  return matches && { html, matches };
+}
+
+function selectHtmlMatch(html, match) {
+  const body = editor.bookDocument().body;
+  const from = positionAt(body, match.start);
+  const to = positionAt(body, match.end);
+  const range = editor.bookDocument().createRange();
+  range.setStart(from.node, from.offset);
+  range.setEnd(to.node, to.offset);
+  if (range.collapsed && match.end > match.start) {
+    // A match inside one tag: the element the tag opens is what it stands for.
+    const element = from.node.childNodes[from.offset];
+    if (element) range.selectNode(element);
+  }
+  highlight(range);
+  shownHtmlMatch = { ...match, html, range: range.cloneRange() };
+}
+
+async function findNextInHtml(backwards) {
+  const result = await searchHtml();
+  if (!result) return false;
+  const { matches, html } = result;
+  if (!matches.length) {
+    statusLine.textContent = t('find.none');
+    highlight(null);
+    shownHtmlMatch = null;
+    return false;
+  }
+  const body = editor.bookDocument().body;
+  const range = editor.caretRange();
+  let caret = 0;
+  if (range) caret = backwards ? htmlOffsetOf(body, range.startContainer, range.startOffset)
+                               : htmlOffsetOf(body, range.endContainer, range.endOffset);
+  // The match selected last is passed over, even when its selection had to be widened.
+  if (shownHtmlMatch && shownHtmlMatch.html === html) caret = backwards ? shownHtmlMatch.start : Math.max(caret, shownHtmlMatch.end);
+  let index = backwards ? matches.findLastIndex((m) => m.start < caret) : matches.findIndex((m) => m.start >= caret);
+  if (index < 0) index = backwards ? matches.length - 1 : 0;
+  selectHtmlMatch(html, matches[index]);
+  statusLine.textContent = t('find.position', index + 1, matches.length);
+  return true;
+}
+
+function sameRange(a, b) {
+  return a && b && a.compareBoundaryPoints(Range.START_TO_START, b) === 0 && a.compareBoundaryPoints(Range.END_TO_END, b) === 0;
+}
+
+async function replaceOneInHtml() {
+  const body = editor.bookDocument().body;
+  const match = shownHtmlMatch;
+  if (match && match.html === body.innerHTML && sameRange(editor.selectionRange(), match.range)) {
+    const covered = childrenCovering(body, match.start, match.end);
+    if (covered) {
+      const range = editor.bookDocument().createRange();
+      range.setStartBefore(covered.first);
+      range.setEndAfter(covered.last);
+      const old = match.html.slice(covered.start, covered.end);
+      const html = old.slice(0, match.start - covered.start) + match.replacement + old.slice(match.end - covered.start);
+      editor.replaceRange(t('find.step'), range, html);
+      // The search goes on right after the replacement, not after the rewritten blocks.
+      const after = positionAt(body, match.start + match.replacement.length);
+      const caret = editor.bookDocument().createRange();
+      caret.setStart(after.node, after.offset);
+      caret.collapse(true);
+      editor.bookDocument().getSelection().removeAllRanges();
+      editor.bookDocument().getSelection().addRange(caret);
+    }
+  }
+  shownHtmlMatch = null;
+  await findNextInHtml(false);
 }
 
 field('FindNextB').addEventListener('click', () => findNext(false));

@@ -16,6 +16,7 @@ registerTexts({
         'settings.dashes': 'Dash style', 'settings.encoding': 'FB2 encoding', 'settings.charset': 'HTML output charset',
         'settings.programs': 'Outside e-book programs (one a line)', 'settings.word': 'Office suite',
         'settings.pdf': 'PDF to HTML program', 'settings.validator': 'FB2 validator', 'settings.close': 'Close',
+        'settings.pdfTimeout': 'PDF program time-out, seconds', 'settings.officeTimeout': 'Office suite time-out, seconds',
         'settings.menu': 'Settings…', 'settings.refused': 'Not kept: ', 'settings.lastBook': 'Open the last book at start',
         'colour.bookAuthor': 'book author', 'colour.bookTitle': 'book title', 'colour.title': 'title',
         'colour.subtitle': 'subtitle', 'colour.verse': 'verse', 'colour.epigraph': 'epigraph',
@@ -28,6 +29,7 @@ registerTexts({
         'settings.encoding': 'Кодировка FB2', 'settings.charset': 'Кодировка HTML', 'settings.programs':
         'Внешние программы для книг (по одной в строке)', 'settings.word': 'Офисный пакет',
         'settings.pdf': 'Программа PDF в HTML', 'settings.validator': 'Проверка FB2', 'settings.close': 'Закрыть',
+        'settings.pdfTimeout': 'Время ожидания программы PDF, секунд', 'settings.officeTimeout': 'Время ожидания офисного пакета, секунд',
         'settings.menu': 'Настройки…', 'settings.refused': 'Не сохранено: ', 'settings.lastBook': 'Открывать последнюю книгу при запуске',
         'colour.bookAuthor': 'автор книги', 'colour.bookTitle': 'название книги', 'colour.title': 'заголовок',
         'colour.subtitle': 'подзаголовок', 'colour.verse': 'стихи', 'colour.epigraph': 'эпиграф',
@@ -36,7 +38,7 @@ registerTexts({
 });
 
 // Fields of the form: [setting, element id, text id, kind]; kind "choice" reads its options
-// from the server's choices, "text" is free text, "flag" a check box.
+// from the server's choices, "text" is free text, "flag" a check box, "number" whole seconds.
 const FIELDS = [
   ['editorFont', 'EditorFontT', 'settings.font', 'text'], ['editorFontSize', 'EditorFontSizeL', 'settings.size', 'choice'],
   ['editorFontWeight', 'EditorFontWeightL', 'settings.weight', 'choice'], ['signBooks', 'SignBooksB', 'settings.sign', 'flag'],
@@ -44,6 +46,8 @@ const FIELDS = [
   ['dashStyle', 'DashStyleL', 'settings.dashes', 'choice'], ['fb2Encoding', 'Fb2EncodingL', 'settings.encoding', 'choice'],
   ['outputCharset', 'OutputCharsetL', 'settings.charset', 'choice'], ['wordProcessorPath', 'WordProcessorT', 'settings.word', 'text'],
   ['pdfToHtmlPath', 'PdfToHtmlT', 'settings.pdf', 'text'], ['validatorPath', 'ValidatorT', 'settings.validator', 'text'],
+  ['officeToolTimeout', 'OfficeTimeoutN', 'settings.officeTimeout', 'number'],
+  ['pdfToolTimeout', 'PdfTimeoutN', 'settings.pdfTimeout', 'number'],
 ];
 
 const dialog = document.createElement('dialog');
@@ -53,7 +57,8 @@ dialog.innerHTML = `<form method="dialog">
   <label><span data-t="settings.language"></span> <select id="InterfaceLanguageL"><option value="en">English</option><option value="ru">Русский</option></select></label>
   ${FIELDS.map(([, id, text, kind]) => kind === 'flag'
     ? `<label><input type="checkbox" id="${id}"> <span data-t="${text}"></span></label>`
-    : `<label><span data-t="${text}"></span> ${kind === 'choice' ? `<select id="${id}"></select>` : `<input id="${id}" size="40">`}</label>`).join('')}
+    : `<label><span data-t="${text}"></span> ${kind === 'choice' ? `<select id="${id}"></select>`
+      : kind === 'number' ? `<input id="${id}" type="number" min="1" max="86400" step="1">` : `<input id="${id}" size="40">`}</label>`).join('')}
   <fieldset id="ElementColours"><legend data-t="settings.colours"></legend></fieldset>
   <button type="button" id="ResetColoursB" data-t="settings.reset"></button>
   <label><span data-t="settings.programs"></span> <textarea id="OutsideProgramsT" rows="3" cols="50"></textarea></label>
@@ -92,7 +97,8 @@ function show(settings) {
 
 $('InterfaceLanguageL').addEventListener('change', () => switchLanguage($('InterfaceLanguageL').value));
 for (const [name, id, , kind] of FIELDS) {
-  $(id).addEventListener('change', () => change({ [name]: kind === 'flag' ? $(id).checked : $(id).value }));
+  const value = () => (kind === 'flag' ? $(id).checked : kind === 'number' ? Number($(id).value) : $(id).value);
+  $(id).addEventListener('change', () => change({ [name]: value() }));
 }
 $('ResetColoursB').addEventListener('click', () => change({ resetColours: true }));
 $('OutsideProgramsT').addEventListener('change', () =>

@@ -9,6 +9,7 @@
 #include "import/palm/EReaderBook.h"
 #include "import/palm/PalmBook.h"
 #include "import/palm/TextRecords.h"
+#include "support/Mutation.h"
 #include "support/PalmFixtures.h"
 #include "support/TestSupport.h"
 
@@ -36,62 +37,29 @@ std::vector<std::string> Seeds() {
   mobi.compression = 1;
   seeds.push_back(fx::MobiBook(mobi));
   // The small corpus books as well, when present.
-  for (const char* name : {"other/en_phppdb_bookmark_test_palmdoc.pdb", "other/generated/ru_chekhov_vanka_ereader.pdb",
-                           "other/generated/ru_chekhov_vanka_palmdoc.pdb"}) {
-    std::string file;
-    const auto path = test::CorpusPath(name);
-    if (!path.empty() && common::ReadWholeFile(path, file)) seeds.push_back(file);
-  }
-  return seeds;
-}
-
-std::string Mutate(std::string file, std::mt19937& random) {
-  const int kind = static_cast<int>(random() % 4);
-  if (file.empty()) return file;
-  if (kind == 0) {  // flip a few bytes anywhere
-    for (int n = 1 + static_cast<int>(random() % 8); n > 0; --n) file[random() % file.size()] ^= static_cast<char>(1 + random() % 255);
-  } else if (kind == 1) {  // a field of the headers and the record list: the first 400 bytes
-    const size_t at = random() % std::min<size_t>(file.size(), 400);
-    const uint32_t values[] = {0, 1, 2, 0xFF, 0xFFFF, 0x7FFFFFFF, 0xFFFFFFFF, static_cast<uint32_t>(file.size()),
-                               static_cast<uint32_t>(random())};
-    const uint32_t v = values[random() % std::size(values)];
-    for (size_t k = 0; k < 4 && at + k < file.size(); ++k) file[at + k] = static_cast<char>(v >> (8 * (3 - k)));
-  } else if (kind == 2) {  // cut off
-    file.resize(random() % file.size());
-  } else {  // a record's bytes into another place
-    const size_t from = random() % file.size();
-    const size_t to = random() % file.size();
-    const size_t n = std::min({file.size() - from, file.size() - to, size_t{1} + random() % 64});
-    file.replace(to, n, file.substr(from, n));
-  }
-  return file;
+  return test::WithCorpusSeeds(seeds, {"other/en_phppdb_bookmark_test_palmdoc.pdb",
+                                       "other/generated/ru_chekhov_vanka_ereader.pdb",
+                                       "other/generated/ru_chekhov_vanka_palmdoc.pdb"});
 }
 
 TEST(PalmMutation, MutantsAreReadOrRefusedNeverOverrun) {
-  std::mt19937 random(20261123);
-  const auto seeds = Seeds();
-  size_t refused = 0;
-  size_t read = 0;
-  for (int round = 0; round < 3000; ++round) {
-    const std::string mutant = Mutate(seeds[static_cast<size_t>(round) % seeds.size()], random);
-    PalmBook book;
-    const PalmFailure failure = ReadPalmBook(mutant, book);
-    if (failure == PalmFailure::None) {
-      ++read;
-      EXPECT_LE(book.text.size(), kBookTextLimit);
-      for (const auto& picture : book.pictures) {
-        // Every picture is a view inside the file.
-        EXPECT_GE(picture.bytes.data(), mutant.data());
-        EXPECT_LE(picture.bytes.data() + picture.bytes.size(), mutant.data() + mutant.size());
-        EXPECT_EQ(picture.name.find('/'), std::string::npos);
-      }
-    } else {
-      ++refused;
-    }
-  }
+  const auto counts = test::RunMutants(Seeds(), 3000, test::FieldOrder::BigEndian, 20261123,
+                                       [](const std::string& mutant, const std::string&) {
+                                         PalmBook book;
+                                         if (ReadPalmBook(mutant, book) != PalmFailure::None) return false;
+                                         EXPECT_LE(book.text.size(), kBookTextLimit);
+                                         for (const auto& picture : book.pictures) {
+                                           // Every picture is a view inside the file.
+                                           EXPECT_GE(picture.bytes.data(), mutant.data());
+                                           EXPECT_LE(picture.bytes.data() + picture.bytes.size(),
+                                                     mutant.data() + mutant.size());
+                                           EXPECT_EQ(picture.name.find('/'), std::string::npos);
+                                         }
+                                         return true;
+                                       });
   // Both outcomes occur: the mutations reach past the first checks.
-  EXPECT_GT(read, 100u);
-  EXPECT_GT(refused, 100u);
+  EXPECT_GT(counts.read, 100u);
+  EXPECT_GT(counts.refused, 100u);
 }
 
 TEST(PalmMutation, RandomMarkupConverts) {

@@ -15,6 +15,8 @@ import './dialogs/MessageDialog.js';
 import './dialogs/OpenDialog.js';
 import './dialogs/UnRarF.js';
 import './dialogs/Fb2F.js';
+import './dialogs/Fb2Description.js';
+import './pictures.js';
 import './dialogs/MakePwFileF.js';
 import './dialogs/Fb2SectionEditorF.js';
 import './dialogs/PwReader.js';

@@ -1,6 +1,6 @@
 // The editing frame: the book's document, the selection, and the one history of the book's
 // changes. Every change is a step of that history: a burst of typing, an element mark, a
-// whole-book operation from the server. A step keeps only the part of the body's HTML that
+// whole-book operation from the server, a change of the book's description. A step keeps only the part of the body's HTML that
 // changed (the text between the common beginning and the common end), so a long history of a
 // large book stays small.
 
@@ -114,6 +114,12 @@ function record(label) {
   if (now === committed) return false;
   const step = { label, ...difference(committed, now) };
   committed = now;
+  push(step);
+  scheduleSync();
+  return true;
+}
+
+function push(step) {
   steps.length = position;
   if (savedPosition > position) savedPosition = -1;
   if (sentPosition > position) sentPosition = -1;
@@ -121,8 +127,13 @@ function record(label) {
   position = steps.length;
   trimHistory();
   tell('change');
-  scheduleSync();
-  return true;
+}
+
+// A change of the book outside its text (its FB2 description, its cover) as one step named
+// `label`, already made: `undoIt()` takes it back and `redoIt()` makes it again.
+export function recordStep(label, undoIt, redoIt) {
+  closeBurst();
+  push({ label, start: 0, removed: '', inserted: '', undoIt, redoIt });
 }
 
 function trimHistory() {
@@ -214,6 +225,10 @@ export function replaceRange(label, range, html) {
 }
 
 function applyStep(step, backwards) {
+  if (step.undoIt) {
+    Promise.resolve().then(backwards ? step.undoIt : step.redoIt).catch((error) => console.error(error));
+    return;
+  }
   const [from, to] = backwards ? [step.inserted, step.removed] : [step.removed, step.inserted];
   committed = committed.slice(0, step.start) + to + committed.slice(step.start + from.length);
   setBody(committed);

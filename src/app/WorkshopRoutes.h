@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -22,6 +23,8 @@ void Reply(httplib::Response& response, const nlohmann::json& body, int status =
 // A Content-Disposition header for a download named `name` (UTF-8): an ASCII stand-in and the
 // real name as filename*.
 std::string AttachmentHeader(std::string_view name);
+// A folder or file the user typed: "~" at its start is the user's home.
+std::filesystem::path ExpandFolder(const std::string& folder);
 // Whether a command's request says the user chose to drop the unsaved changes.
 bool WantsDiscard(const nlohmann::json& in);
 
@@ -42,5 +45,8 @@ void ServeReadingView(WorkshopServer& workshop, httplib::Response& response);
 // The files of an archive (GET /api/archive?path=) and the opening of the one chosen
 // (POST /api/archive/open).
 void AddArchiveRoutes(httplib::Server& server, WorkshopServer& workshop);
+// The FB2 form: the book's description, genres, ids, cover and pictures, and the making of
+// the FB2 file (POST /api/fb2).
+void AddDescriptionRoutes(httplib::Server& server, WorkshopServer& workshop);
 
 }  // namespace pw::app

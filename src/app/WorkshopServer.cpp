@@ -61,7 +61,8 @@ std::string ContentType(std::string_view name) {
   return "application/octet-stream";
 }
 
-// "~" at the start of a folder setting is the user's home.
+}  // namespace
+
 fs::path ExpandFolder(const std::string& folder) {
   if (common::StartsWith(folder, "~")) {
     const char* home = std::getenv("HOME");
@@ -69,8 +70,6 @@ fs::path ExpandFolder(const std::string& folder) {
   }
   return folder;
 }
-
-}  // namespace
 
 void Reply(httplib::Response& response, const json& body, int status) {
   response.status = status;
@@ -207,6 +206,7 @@ bool WorkshopServer::Start() {
   AddSettingsRoutes(*server_, *this);
   AddReaderRoutes(*server_, *this);
   AddArchiveRoutes(*server_, *this);
+  AddDescriptionRoutes(*server_, *this);
   if (options_.port > 0) {
     if (!server_->bind_to_port("127.0.0.1", options_.port)) return false;
     port_ = options_.port;
@@ -489,27 +489,6 @@ void WorkshopServer::Routes() {
     Reply(response, {{"ok", true}, {"changed", true}, {"html", document}});
   });
 
-  // The description the FB2 form starts from: the book's own, else what its headings say.
-  server.Get("/api/description", [this](const httplib::Request&, httplib::Response& response) {
-    std::lock_guard lock(bookMutex_);
-    const auto snapshot = editor_.Current();
-    fb2::Fb2Description description;
-    if (auto stored = fb2::ReadDescriptionFile(snapshot.file.parent_path())) description = std::move(*stored);
-    if (description.title.empty()) description.title = markup::BookHeadingText(snapshot.html, markup::kBookTitleOpen);
-    std::string author;
-    for (const auto& person : description.authors) {
-      std::string name = person.first;
-      for (const std::string* part : {&person.middle, &person.last, &person.nickname})
-        if (!part->empty()) name += (name.empty() ? "" : " ") + *part;
-      author += (author.empty() ? "" : ", ") + name;
-    }
-    if (author.empty()) author = markup::BookHeadingText(snapshot.html, markup::kBookAuthorOpen);
-    std::string genres;
-    for (const auto& genre : description.genres) genres += (genres.empty() ? "" : ", ") + genre;
-    Reply(response, {{"author", author}, {"title", description.title}, {"genre", genres},
-                     {"name", snapshot.file.stem().string()}});
-  });
-
   // The section editor: the book's titles, and the marks written for the levels given.
   server.Get("/api/titles", [this](const httplib::Request&, httplib::Response& response) {
     std::lock_guard lock(bookMutex_);
@@ -603,53 +582,6 @@ void WorkshopServer::Routes() {
     Reply(response, {{"ok", true}, {"savedAs", output.string()}});
   });
 
-  // The book as a FictionBook file: written to the output folder and sent back for download.
-  server.Post("/api/fb2", [this](const httplib::Request& request, httplib::Response& response) {
-    json in = json::parse(request.body, nullptr, false);
-    if (!in.is_object()) in = json::object();
-    std::lock_guard lock(bookMutex_);
-    std::string document;
-    if (!editor_.Document(document)) return Reply(response, {{"ok", false}}, 409);
-    const auto snapshot = editor_.Current();
-    common::Messages messages(channel_, shell_->settings().interfaceLanguage);
-    common::Session session(channel_, messages);
-    session.settings = shell_->settings();
-    fb2::Fb2ExportOptions options = fb2::ExportOptionsFromSettings(shell_->settings());
-    if (in.contains("encoding") && in["encoding"].is_string()) options.encoding = in["encoding"];
-    if (in.contains("dashes") && in["dashes"].is_string()) options.dashes = in["dashes"];
-    if (in.contains("library") && in["library"].is_boolean()) options.bookForLibrary = in["library"];
-    fb2::Fb2Description description;
-    const fs::path bookFolder = snapshot.file.parent_path();
-    for (const char* cover : {"cover.jpg", "cover.png"})
-      if (options.cover.empty() && fs::is_regular_file(bookFolder / cover)) options.cover = bookFolder / cover;
-    if (auto stored = fb2::ReadDescriptionFile(bookFolder)) description = std::move(*stored);
-    if (in.contains("title") && in["title"].is_string() && !in["title"].get<std::string>().empty())
-      description.title = in["title"];
-    if (in.contains("author") && in["author"].is_string() && !in["author"].get<std::string>().empty())
-      description.authors = fb2::SplitAuthors(in["author"].get<std::string>());
-    if (in.contains("genre") && in["genre"].is_string() && !in["genre"].get<std::string>().empty())
-      description.genres = fb2::ParseGenreList(in["genre"].get<std::string>());
-    std::string name = in.contains("name") && in["name"].is_string() ? in["name"].get<std::string>() : "";
-    name = fb2::MakeFb2FileName(description, name, false, false);
-    // Written where the user asked; otherwise only into the book folder, for the download.
-    const std::string folder = in.contains("folder") && in["folder"].is_string() ? in["folder"].get<std::string>() : "";
-    const fs::path output = (folder.empty() ? bookFolder : ExpandFolder(folder)) / name;
-    std::error_code folderError;
-    fs::create_directories(output.parent_path(), folderError);
-    fb2::Fb2ExportResult result;
-    if (!fb2::MakeFb2File(document, description, options, bookFolder, output, false, session, &result)) {
-      return Reply(response, {{"ok", false}}, 422);
-    }
-    if (in.contains("validate") && in["validate"].is_boolean() && in["validate"].get<bool>()) {
-      // The written file checked against the schema and beyond: each finding is told, or that it is valid.
-      const auto findings = fb2::ValidateFb2(result.bytes, shell::ShippedDataFolder() / fb2::kFb2SchemaFile);
-      for (const auto& finding : findings) channel_.Show(std::to_string(finding.line) + ": " + finding.message);
-      if (findings.empty()) channel_.Show(output.filename().string() + ": valid FictionBook 2");
-    }
-    response.set_content(result.bytes, "application/x-fictionbook+xml");
-    response.set_header("Content-Disposition", AttachmentHeader(name));
-    if (!folder.empty()) response.set_header("X-Pagewright-Saved-As", output.string());
-  });
 }
 
 fs::path WorkshopServer::StoredBookFolder(const std::string& chosen) {

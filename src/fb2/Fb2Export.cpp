@@ -108,6 +108,16 @@ size_t CountUnformattedNotes(const Html0Book& book) {
   return count;
 }
 
+BookFacts FactsOf(const Html0Book& book) {
+  BookFacts facts;
+  facts.author = XmlToPlain(book.bookAuthor);
+  facts.title = XmlToPlain(book.bookTitle);
+  facts.subtitle = XmlToPlain(book.bookSubtitle);
+  for (const auto& line : book.annotation) facts.annotation += (facts.annotation.empty() ? "" : "\n") + XmlToPlain(line.xml);
+  facts.lang = LanguageCode(book);
+  return facts;
+}
+
 bool WriteZip(const fs::path& zipPath, const std::string& entryName, std::string_view bytes) {
   archive* zip = archive_write_new();
   archive_write_set_format_zip(zip);
@@ -160,6 +170,11 @@ common::CodePage ExportEncoding(std::string_view name, std::string& canonical) {
   }
   canonical = "utf-8";
   return common::CodePage::Utf8;
+}
+
+BookFacts ReadBookFacts(std::string_view html0) {
+  const PictureStore noPictures = [](std::string_view, int, int) { return std::string(); };
+  return FactsOf(ReadHtml0Book(WithoutDescriptionBlock(html0), noPictures, common::NoProgress()));
 }
 
 void CompleteDescription(Fb2Description& d, const BookFacts& book) {
@@ -276,11 +291,7 @@ Fb2ExportResult ConvertHtml0ToFb2(std::string_view html0, const Fb2Description& 
     result.warnings.push_back(session.messages.Text(common::Msg::Fb2GenreLeftOut, genre));
     return true;
   });
-  BookFacts facts;
-  facts.author = XmlToPlain(book.bookAuthor);
-  facts.title = XmlToPlain(book.bookTitle);
-  for (const auto& line : book.annotation) facts.annotation += (facts.annotation.empty() ? "" : "\n") + XmlToPlain(line.xml);
-  facts.lang = LanguageCode(book);
+  BookFacts facts = FactsOf(book);
   facts.coverId = coverId;
   facts.fallbackTitle = options.fallbackTitle;
   CompleteDescription(full, facts);

@@ -38,18 +38,19 @@ struct Fb2ExportResult {
   std::vector<std::string> warnings;  // pictures left out and the like
 };
 
-// Converts the html0 book `html0` (pictures relative to `bookFolder`) with `description`.
-// Notes outside a note block are asked about through the session's messages; "no" gives a
-// result that is not ok.
 // What the book itself says about its description.
 struct BookFacts {
   std::string author;      // the book-author heading
   std::string title;       // the book-title heading
+  std::string subtitle;    // the subtitle that follows the book-title heading
   std::string annotation;  // the annotation element, a paragraph a line
   std::string lang;        // the language code of the book's text, when it could be told
   std::string coverId;
   std::string fallbackTitle;
 };
+
+// The facts of the html0 book `html0`, its pictures left aside.
+BookFacts ReadBookFacts(std::string_view html0);
 
 // Fills what a valid FB2 description needs and the user left empty: genre "unrecognised",
 // authors from the book-author heading (an author with one name only is written as a
@@ -70,6 +71,9 @@ std::string MakeFb2FileName(const Fb2Description& description, std::string_view 
 // Cyrillic letters to Latin ones; other characters beyond ASCII become "_".
 std::string TransliterateToLatin(std::string_view text);
 
+// Converts the html0 book `html0` (pictures relative to `bookFolder`) with `description`.
+// Notes outside a note block are asked about through the session's messages; "no" gives a
+// result that is not ok.
 Fb2ExportResult ConvertHtml0ToFb2(std::string_view html0, const Fb2Description& description,
                                   const Fb2ExportOptions& options, const std::filesystem::path& bookFolder,
                                   common::Session& session);

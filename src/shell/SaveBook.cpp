@@ -135,6 +135,14 @@ markup::StoredBook MakeStoredBook(std::string savedDocument, const fs::path& boo
     if (common::FileExists(bookFolder / source) && common::ReadWholeFile(bookFolder / source, picture.data))
       book.pictures.push_back(std::move(picture));
   }
+  // The cover of the FB2 form lives beside the book without a picture tag of its own.
+  for (const char* cover : {"cover.jpg", "cover.png"}) {
+    markup::StoredPicture picture;
+    picture.name = cover;
+    if (!taken.contains(picture.name) && common::FileExists(bookFolder / cover) &&
+        common::ReadWholeFile(bookFolder / cover, picture.data))
+      book.pictures.push_back(std::move(picture));
+  }
   book.document = std::move(savedDocument);
   return book;
 }

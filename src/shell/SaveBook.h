@@ -36,7 +36,7 @@ markup::StoredBookHeader CompleteHeader(const std::optional<markup::StoredBookHe
                                         std::string_view document);
 
 // The stored book of a saved document: its description put back inline from the description
-// files of `bookFolder`, and every picture the document shows that lies in that folder.
+// files of `bookFolder`, every picture the document shows that lies in that folder, and the cover.
 markup::StoredBook MakeStoredBook(std::string savedDocument, const std::filesystem::path& bookFolder,
                                   const std::optional<markup::StoredBookHeader>& header, bool compress);
 

@@ -104,7 +104,7 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   EXPECT_EQ(client.Post("/api/document?changed=1", edited, "text/html")->status, 200);
   EXPECT_EQ(json::parse(client.Get("/api/state")->body)["changed"], true);
   // Without a folder the FB2 is only a download; with one it is written there too.
-  auto downloaded = client.Post("/api/fb2", json{{"name", "Война"}, {"title", "Made"}}.dump(), "application/json");
+  auto downloaded = client.Post("/api/fb2", json{{"name", "Война"}, {"description", {{"b_title", "Made"}}}}.dump(), "application/json");
   ASSERT_TRUE(downloaded);
   ASSERT_EQ(downloaded->status, 200) << downloaded->body;
   EXPECT_FALSE(downloaded->has_header("X-Pagewright-Saved-As"));
@@ -114,7 +114,7 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   EXPECT_TRUE(pw::test::IsValidFb2(downloaded->body));
   const std::string fb2Folder = (workshop.folder / "fb2").string();
   auto fb2 = client.Post("/api/fb2",
-                         json{{"name", "out"}, {"title", "Made"}, {"library", true}, {"validate", true}, {"folder", fb2Folder}}.dump(),
+                         json{{"name", "out"}, {"description", {{"b_title", "Made"}}}, {"library", true}, {"validate", true}, {"folder", fb2Folder}}.dump(),
                          "application/json");
   ASSERT_TRUE(fb2);
   ASSERT_EQ(fb2->status, 200) << fb2->body;

@@ -142,7 +142,8 @@ test('a text book uploaded, marked, edited, saved and made into a valid FB2', as
   await page.click('#MnMakeFictionBookFile');
   await page.waitForSelector('#Fb2F[open]');
   assert.equal(await page.inputValue('#b_title'), 'A Short Walk');  // from the book's own heading
-  assert.equal(await page.inputValue('#b_author'), 'Ann Lee');
+  assert.equal(await page.inputValue('#b_first'), 'Ann');
+  assert.equal(await page.inputValue('#b_last'), 'Lee');
   await page.fill('#Fb2FileNameB', 'walk');
   const [download] = await Promise.all([page.waitForEvent('download'), page.click('#MakeBookB')]);
   const fb2 = join(home, 'walk.fb2');

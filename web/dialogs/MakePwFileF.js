@@ -1,5 +1,5 @@
 // MakePwFileF: the book saved as a stored book (".html0" with its library header), beside the
-// book's source or in the folder the user names.
+// book's source or in the folder the user names; the header starts from the FB2 description.
 
 import * as api from '../api.js';
 import * as editor from '../editor.js';
@@ -55,7 +55,19 @@ async function make() {
 
 dialog.addEventListener('close', () => { if (dialog.returnValue === 'ok') make(); });
 
-export function open() {
+// The header fields start from the book's FB2 description (or what its headings say).
+export async function open() {
+  await editor.sync();
+  const { description } = await api.getJson('/api/description');
+  const authors = (description.authors || []).map((person) =>
+    [person.b_first, person.b_middle, person.b_last].map((part) => (part || '').trim()).filter(Boolean).join(' '));
+  field('PwAuthor').value = authors.filter(Boolean).join(', ');
+  field('PwTitle').value = description.b_title || '';
+  field('PwGenre').value = description.b_genre || '';
+  field('PwLanguage').value = description.b_lang || '';
+  field('PwKeywords').value = description.b_keywords || '';
+  field('PwAnnotation').value = description.b_annot || '';
+  field('PwRating').value = '';
   dialog.returnValue = '';
   dialog.showModal();
 }

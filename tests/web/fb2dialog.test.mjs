@@ -114,8 +114,27 @@ test('a description filled in the form makes a valid FB2 and lives with the book
   assert.ok(await page.locator('#p_publisher').isVisible());
   await page.screenshot({ path: join(artifacts, 'fb2dialog-en.png') });
 
-  // A note that stands outside a note block: the export asks, and "yes" goes on.
   await page.click('#Fb2CloseB');
+  // A picture put after the paragraph at the caret, undone and done again with the history.
+  await frame(page).locator('text=We walked to the river').click();
+  await menu(page, 'EditMenu', 'MnInsertPicture');
+  await page.setInputFiles('#InsertPictureFile', png);
+  const picture = frame(page).locator('img[src="Picture_1.png"]');
+  await picture.waitFor();
+  assert.equal(await picture.evaluate((img) => img.naturalWidth), 2, 'the picture is served beside the book');
+  assert.match(await frame(page).locator('div:has(> img)').evaluate((div) => div.previousElementSibling.textContent),
+               /We walked to the river/);
+  await menu(page, 'EditMenu', 'MnUndo');
+  await picture.waitFor({ state: 'detached' });
+  await menu(page, 'EditMenu', 'MnRedo');
+  await picture.waitFor();
+  await menu(page, 'EditMenu', 'MnInsertPicture');
+  await page.setInputFiles('#InsertPictureFile', text);
+  await page.waitForSelector('#MessageDialog[open]');
+  assert.match(await page.locator('#MessageText').innerText(), /not supported image format: txt/);
+  await page.click('#MessageDialog button[value="ok"]');
+
+  // A note that stands outside a note block: the export asks, and "yes" goes on.
   await page.evaluate(async () => {
     const editor = await import('/web/editor.js');
     editor.change('note', (doc) => doc.body.insertAdjacentHTML('beforeend',
@@ -154,6 +173,7 @@ test('a description filled in the form makes a valid FB2 and lives with the book
   assert.equal(between(made, '<id>', '</id>'), id, 'the id written is the id shown');
   assert.match(made, /<binary content-type="image\/png" id="cover\.png">/);
   assert.match(made, /The Rhône\./);
+  assert.match(made, /<image l:href="#pic_1\.png"\/>/);
   // The server tells where the book was saved and that it is valid.
   await page.waitForSelector('#MessageDialog[open]');
   const told = await page.locator('#MessageText').innerText();

@@ -5,8 +5,14 @@
 // questions go back to the page, which sends the request again with the user's answers.
 #include <httplib.h>
 #include <nlohmann/json.hpp>
+#include <spawn.h>
+#include <unistd.h>
+#include <sys/wait.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <thread>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -38,6 +44,20 @@ using json = nlohmann::json;
 
 constexpr const char* kCoverNames[] = {"cover.jpg", "cover.png"};
 constexpr size_t kMaxPictureBytes = 64u << 20;
+
+// Whether the workshop runs on a desktop where files can be handed to the system's programs.
+bool OnDesktop() { return std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr; }
+
+// Hands `target` to the desktop's opener without a shell and without waiting for it.
+bool OpenWithSystem(const fs::path& target) {
+  const std::string path = target.string();
+  char program[] = "xdg-open";
+  char* argv[] = {program, const_cast<char*>(path.c_str()), nullptr};
+  pid_t child = 0;
+  if (posix_spawnp(&child, program, nullptr, nullptr, argv, environ) != 0) return false;
+  std::thread([child] { waitpid(child, nullptr, 0); }).detach();
+  return true;
+}
 
 fs::path BookFolder(WorkshopServer& workshop) { return workshop.editor().Current().file.parent_path(); }
 
@@ -77,6 +97,7 @@ json DescriptionAnswer(WorkshopServer& workshop) {
   return {{"ok", true},
           {"description", DescriptionToJson(description)},
           {"stored", stored},
+          {"desktop", OnDesktop()},
           {"name", snapshot.file.stem().string()},
           {"options",
            {{"folder", settings.fb2OutputFolder},
@@ -256,6 +277,8 @@ void AddDescriptionFormRoutes(httplib::Server& server, WorkshopServer& workshop)
       messages.Show(common::Msg::Fb2DescriptionNotFound);
       return Reply(response, {{"ok", false}}, 422);
     }
+    // This program now works on the document too.
+    description->program = fb2::AppendProgramUsed(description->program);
     const fs::path folder = BookFolder(workshop);
     if (folder.empty() || !KeepDescription(folder, *description, settings)) return Reply(response, {{"ok", false}}, 409);
     workshop.shell().session().MarkChanged();
@@ -320,7 +343,9 @@ void AddDescriptionFormRoutes(httplib::Server& server, WorkshopServer& workshop)
 // of the export comes back as {"ok": false, "question": text}; the request sent again with the
 // text among "answers" continues past it.
 void AddMakeRoute(httplib::Server& server, WorkshopServer& workshop) {
-  server.Post("/api/fb2", [&workshop](const httplib::Request& request, httplib::Response& response) {
+  // The file written last into a folder of the user's: the one the page may open or show.
+  auto written = std::make_shared<fs::path>();
+  server.Post("/api/fb2", [&workshop, written](const httplib::Request& request, httplib::Response& response) {
     json in = json::parse(request.body, nullptr, false);
     if (!in.is_object()) in = json::object();
     std::vector<std::string> answers;
@@ -391,7 +416,22 @@ void AddMakeRoute(httplib::Server& server, WorkshopServer& workshop) {
     }
     response.set_content(result.bytes, "application/x-fictionbook+xml");
     response.set_header("Content-Disposition", AttachmentHeader(name));
-    if (!common::Trim(folder).empty()) response.set_header("X-Pagewright-Saved-As", output.string());
+    if (!common::Trim(folder).empty()) {
+      response.set_header("X-Pagewright-Saved-As", output.string());
+      *written = output;
+    }
+  });
+
+  // On a desktop: the folder of the written file (GoToB) or the file itself (LoadB) opened with
+  // the system's program. Only the file the workshop wrote last can be named.
+  server.Post("/api/fb2/show", [&workshop, written](const httplib::Request& request, httplib::Response& response) {
+    const json in = json::parse(request.body, nullptr, false);
+    if (!in.is_object() || !in.contains("what") || (in["what"] != "folder" && in["what"] != "file"))
+      return Reply(response, {{"ok", false}}, 400);
+    std::lock_guard lock(workshop.bookMutex());
+    if (written->empty() || !common::FileExists(*written)) return Reply(response, {{"ok", false}}, 409);
+    const fs::path target = in["what"] == "folder" ? written->parent_path() : *written;
+    Reply(response, {{"ok", OnDesktop() && OpenWithSystem(target)}});
   });
 }
 

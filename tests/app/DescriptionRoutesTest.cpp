@@ -209,6 +209,7 @@ TEST(DescriptionRoutes, GenresIdsAndLoadingFromAnFb2File) {
   EXPECT_EQ(loaded["description"]["b_title"], "Numbers");
   EXPECT_EQ(loaded["description"]["b_lang"], "eng");
   EXPECT_EQ(loaded["description"]["b_genre"], "poetry");
+  EXPECT_EQ(loaded["description"]["d_program"], "Pagewright");
   // A file with no description: the message, and the book's description stays.
   const fs::path plain = workshop.folder / "plain.fb2";
   ASSERT_TRUE(common::WriteFileAtomic(plain, "<?xml version=\"1.0\"?><FictionBook><body><p>x</p></body></FictionBook>"));
@@ -218,10 +219,12 @@ TEST(DescriptionRoutes, GenresIdsAndLoadingFromAnFb2File) {
   EXPECT_EQ(Get(client, "/api/description")["description"]["b_title"], "Numbers");
   // The same through an upload.
   httplib::MultipartFormDataItems upload = {{"fb2", "<description><title-info><book-title>Sent</book-title>"
-                                                    "</title-info></description>", "sent.fb2", "application/octet-stream"}};
+                                                    "</title-info><document-info><program-used>OtherTool</program-used>"
+                                                    "</document-info></description>", "sent.fb2", "application/octet-stream"}};
   const auto sent = client.Post("/api/description/load", upload);
   ASSERT_TRUE(sent);
   EXPECT_EQ(json::parse(sent->body)["description"]["b_title"], "Sent");
+  EXPECT_EQ(json::parse(sent->body)["description"]["d_program"], "OtherTool, Pagewright");
 }
 
 // A cover is kept in the book folder as PNG or JPEG, named in the description, carried by the
@@ -328,6 +331,24 @@ TEST(DescriptionRoutes, MakeAsksItsQuestionsAndRemembersTheOptions) {
   EXPECT_EQ(settings.dashStyle, "long");
   EXPECT_EQ(Get(client, "/api/description")["options"]["dashes"], "long");
   EXPECT_EQ(Post(client, "/api/fb2", {{"zip", "yes"}})["status"], 400);
+  EXPECT_EQ(Post(client, "/api/fb2/show", {{"what", "program"}})["status"], 400);
+  // Without a desktop nothing is opened, and the page is told so.
+  unsetenv("DISPLAY");
+  unsetenv("WAYLAND_DISPLAY");
+  EXPECT_EQ(Get(client, "/api/description")["desktop"], false);
+  const json shown = Post(client, "/api/fb2/show", {{"what", "folder"}});
+  EXPECT_EQ(shown["status"], 200);
+  EXPECT_EQ(shown["ok"], false);
+}
+
+TEST(DescriptionRoutes, OnlyAWrittenFileIsShown) {
+  test::RunningWorkshop workshop;
+  httplib::Client client = workshop.Client();
+  EXPECT_EQ(Post(client, "/api/fb2/show", {{"what", "file"}})["status"], 409);
+  // A file made for the download only is not one of the user's folders.
+  OpenBook(workshop, client, "Anna Lee\n\nA Story\n\nOnce there was a road.\n");
+  ASSERT_EQ(client.Post("/api/fb2", json{{"name", "only"}}.dump(), "application/json")->status, 200);
+  EXPECT_EQ(Post(client, "/api/fb2/show", {{"what", "file"}})["status"], 409);
 }
 
 }  // namespace

@@ -97,7 +97,9 @@ test('a description filled in the form makes a valid FB2 and lives with the book
   await page.click('#MessageDialog button[value="ok"]');
   assert.ok(await page.locator('#PicPrev').isVisible(), 'the cover stays');
 
+  const prefilledId = await page.inputValue('#d_id');
   await page.click('#GenerateIdB');
+  await page.waitForFunction((old) => document.querySelector('#d_id').value !== old, prefilledId);
   const id = await page.inputValue('#d_id');
   assert.match(id, /^[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}$/);
   // A mistaken title, undone through the book's history.
@@ -225,6 +227,19 @@ test('a description filled in the form makes a valid FB2 and lives with the book
   assert.match(await page.locator('#MessageText').innerText(), /Fiction Book description not found/);
   await page.click('#MessageDialog button[value="ok"]');
   assert.equal(await page.inputValue('#b_title'), before);
+  await page.click('#Fb2CloseB');
+
+  // Removing the cover is a step of the history: undo puts the same picture back.
+  await openForm(page);
+  await page.click('#RemoveP');
+  await page.waitForSelector('#PicPrev[hidden]', { state: 'attached' });
+  await page.click('#Fb2CloseB');
+  assert.equal(await page.evaluate(async () => (await import('/web/editor.js')).undoLabel()), 'Undo Cover');
+  await menu(page, 'EditMenu', 'MnUndo');
+  await page.waitForFunction(() => fetch('/book/cover.png').then((answer) => answer.ok));
+  await openForm(page);
+  await page.waitForSelector('#PicPrev:not([hidden])');
+  await page.waitForFunction(() => document.querySelector('#PicPrev').naturalHeight === 3);  // the same 2 by 3 picture
   await page.click('#Fb2CloseB');
 
   // The read-only view and the stored-book form start from the description.

@@ -23,7 +23,7 @@ registerTexts({
         'fb2.generateId': 'New id', 'fb2.load': 'Load description', 'fb2.loadPath': 'FB2 file on this computer',
         'fb2.loadUpload': 'Upload an FB2 file', 'fb2.clean': 'Clear description', 'fb2.help': 'Help',
         'fb2.close': 'Close', 'fb2.make': 'Make FB2', 'fb2.written': 'Written: {0}', 'fb2.made': 'Made: {0}',
-        'fb2.download': 'Download again', 'fb2.step': 'Description', 'fb2.continue': '\n\nContinue?' },
+        'fb2.download': 'Download again', 'fb2.goTo': 'Open the folder', 'fb2.openFile': 'Open the file', 'fb2.step': 'Description', 'fb2.continue': '\n\nContinue?' },
   ru: { 'fb2.heading': 'Создать файл FictionBook', 'fb2.output': 'Вывод', 'fb2.name': 'Имя файла',
         'fb2.nameFromDescription': 'имя из автора, названия и серии', 'fb2.latin': 'латинскими буквами',
         'fb2.folder': 'Записать также в папку', 'fb2.folderPlaceholder': 'только скачать',
@@ -34,7 +34,7 @@ registerTexts({
         'fb2.generateId': 'Новый идентификатор', 'fb2.load': 'Загрузить описание', 'fb2.loadPath': 'файл книги на этом компьютере',
         'fb2.loadUpload': 'Загрузить файл книги', 'fb2.clean': 'Очистить описание', 'fb2.help': 'Справка',
         'fb2.close': 'Закрыть', 'fb2.make': 'Создать FB2', 'fb2.written': 'Записан: {0}', 'fb2.made': 'Создан: {0}',
-        'fb2.download': 'Скачать ещё раз', 'fb2.step': 'Описание', 'fb2.continue': '\n\nПродолжить?' },
+        'fb2.download': 'Скачать ещё раз', 'fb2.goTo': 'Открыть папку', 'fb2.openFile': 'Открыть файл', 'fb2.step': 'Описание', 'fb2.continue': '\n\nПродолжить?' },
 });
 
 const dialog = document.createElement('dialog');
@@ -67,7 +67,8 @@ dialog.innerHTML = `<form method="dialog">
         <label><input type="checkbox" id="ZipFileB"> <span data-t="fb2.zip"></span></label>
         <label><input type="checkbox" id="ValidateB"> <span data-t="fb2.validate"></span></label>
       </fieldset>
-      <p id="Fb2Result" hidden><span id="Fb2ResultText"></span> <a id="Fb2DownloadB" data-t="fb2.download"></a></p>
+      <p id="Fb2Result" hidden><span id="Fb2ResultText"></span> <a id="Fb2DownloadB" data-t="fb2.download"></a>
+        <button type="button" id="GoToB" data-t="fb2.goTo" hidden></button> <button type="button" id="LoadB" data-t="fb2.openFile" hidden></button></p>
     </div>
   </div>
   <menu><button value="cancel" id="Fb2CloseB" data-t="fb2.close"></button><button type="button" id="MakeBookB" data-t="fb2.make"></button></menu>
@@ -88,6 +89,7 @@ const CHECKS = { nameFromDescription: 'MakeFileNameB', latin: 'LatinFileNameB', 
 let kept = null;            // the description as the server keeps it (JSON form)
 let saving = Promise.resolve();
 let downloadUrl = '';
+let desktop = false;        // the server can hand files to the desktop's programs
 
 function same(a, b) { return JSON.stringify(a) === JSON.stringify(b); }
 
@@ -115,12 +117,14 @@ function commit() {
 }
 
 // A description that came from the server (loaded from a file): shown and recorded as a step.
-function adopt(description) {
+function adopt(answer) {
   const before = kept;
-  kept = description;
+  const { cover: coverName, ...description } = answer;
   page.fill(fdi, description);
-  cover.show(description.cover);
-  if (before) editor.recordStep(t('fb2.step'), () => putBack(before), () => putBack(description));
+  kept = page.read(fdi);
+  cover.show(coverName);
+  const after = kept;
+  if (before) editor.recordStep(t('fb2.step'), () => putBack(before), () => putBack(after));
 }
 
 fdi.addEventListener('change', (event) => { if (event.target.matches('[data-field]')) commit(); });
@@ -220,6 +224,7 @@ async function make(answers = []) {
   link.download = name;
   const written = response.headers.get('X-Pagewright-Saved-As');
   $('Fb2ResultText').textContent = written ? t('fb2.written', written) : t('fb2.made', name);
+  $('GoToB').hidden = $('LoadB').hidden = !(desktop && written);
   $('Fb2Result').hidden = false;
   const save = document.createElement('a');
   save.href = downloadUrl;
@@ -235,6 +240,8 @@ fdi.addEventListener('keydown', (event) => {
   }
 });
 dialog.addEventListener('close', commit);
+for (const [id, what] of [['GoToB', 'folder'], ['LoadB', 'file']])
+  $(id).addEventListener('click', () => api.postJson('/api/fb2/show', { what }).then(() => api.poll()));
 $('MakeBookB').addEventListener('click', () => { make().catch((error) => console.error(error)); });
 
 // The description (the book's own, or what its headings say) and the remembered options.
@@ -242,9 +249,12 @@ export async function open() {
   await editor.sync();
   await saving;
   const answer = await api.getJson('/api/description');
-  kept = answer.description;
-  page.fill(fdi, kept);
-  cover.show(kept.cover);
+  // The cover is the cover frame's; the description is what the page's fields hold.
+  const { cover: coverName, ...description } = answer.description;
+  desktop = Boolean(answer.desktop);
+  page.fill(fdi, description);
+  kept = page.read(fdi);  // as the page reads it, so that only a real edit differs
+  cover.show(coverName);
   showOptions(answer.options);
   $('Fb2FileNameB').value = answer.name || '';
   $('Fb2Result').hidden = true;

@@ -353,3 +353,27 @@ TEST(DescriptionRoutes, OnlyAWrittenFileIsShown) {
 
 }  // namespace
 }  // namespace pw::app
+
+namespace pw::app {
+namespace {
+
+// The output clean-up slot runs over the book before the FB2 is written, as on the command line;
+// the book in the workshop stays as it was.
+TEST(DescriptionRoutes, MakeRunsTheOutputCleanUpSlot) {
+  test::RunningWorkshop workshop;
+  httplib::Client client = workshop.Client();
+  OpenBook(workshop, client, "Anna Lee\n\nA Story\n\nOnce there was a road to Rome.\n");
+  const json rows = json::array({{{"RepWhat", "Rome"}, {"RepBy", "Paris"}, {"Case", true}, {"RegExp", false}, {"Enabled", true}}});
+  ASSERT_EQ(Post(client, "/api/cleanup/save", {{"name", "Out"}, {"rows", rows}})["ok"], true);
+  ASSERT_EQ(Post(client, "/api/cleanup/slots", {{"output", "Out.bcf"}})["ok"], true);
+  const auto made = client.Post("/api/fb2", json{{"name", "cleaned"}}.dump(), "application/json");
+  ASSERT_EQ(made->status, 200) << made->body;
+  EXPECT_NE(made->body.find("road to Paris"), std::string::npos) << made->body;
+  EXPECT_TRUE(test::IsValidFb2(made->body));
+  std::string document;
+  ASSERT_TRUE(workshop.server->editor().Document(document));
+  EXPECT_NE(document.find("road to Rome"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace pw::app

@@ -279,6 +279,8 @@ void AddDescriptionFormRoutes(httplib::Server& server, WorkshopServer& workshop)
     }
     // This program now works on the document too.
     description->program = fb2::AppendProgramUsed(description->program);
+    // A document needs an id; one made now is the one the form shows and the file gets.
+    if (common::Trim(description->id).empty()) description->id = fb2::MakeDocumentId();
     const fs::path folder = BookFolder(workshop);
     if (folder.empty() || !KeepDescription(folder, *description, settings)) return Reply(response, {{"ok", false}}, 409);
     workshop.shell().session().MarkChanged();

@@ -210,6 +210,7 @@ TEST(DescriptionRoutes, GenresIdsAndLoadingFromAnFb2File) {
   EXPECT_EQ(loaded["description"]["b_lang"], "eng");
   EXPECT_EQ(loaded["description"]["b_genre"], "poetry");
   EXPECT_EQ(loaded["description"]["d_program"], "Pagewright");
+  EXPECT_TRUE(IsDocumentId(loaded["description"]["d_id"])) << loaded;
   // A file with no description: the message, and the book's description stays.
   const fs::path plain = workshop.folder / "plain.fb2";
   ASSERT_TRUE(common::WriteFileAtomic(plain, "<?xml version=\"1.0\"?><FictionBook><body><p>x</p></body></FictionBook>"));

@@ -246,6 +246,7 @@ test('a description filled in the form makes a valid FB2 and lives with the book
   await menu(page, 'ViewMenu', 'MnFb2Description');
   await page.waitForSelector('#Fb2Description[open]');
   assert.match(await page.locator('#Fb2DescriptionView').innerText(), new RegExp(before));
+  await page.screenshot({ path: join(artifacts, 'fb2description-en.png') });
   await page.click('#Fb2Description button[value="close"]');
   await menu(page, 'FileMenu', 'MnMakePagewrightFile');
   await page.waitForSelector('#MakePwFileF[open]');

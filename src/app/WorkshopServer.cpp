@@ -11,6 +11,8 @@
 #include <fstream>
 #include <random>
 
+#include "app/GuardedServer.h"
+#include "app/RequestHead.h"
 #include "app/WebFiles.h"
 #include "app/WorkshopRoutes.h"
 #include "common/Files.h"
@@ -39,7 +41,6 @@ using json = nlohmann::json;
 namespace {
 
 constexpr size_t kMaxBody = 256u << 20;  // a large book upload, and nothing beyond
-constexpr std::string_view kCookie = "pw_secret";
 
 std::string MakeSecret() {
   std::random_device device;
@@ -197,7 +198,7 @@ bool WorkshopServer::Start() {
   shell_ = std::make_unique<shell::Shell>(workshop, shell::ShippedDataFolder(), editor_, channel_, channel_);
   shell_->StartUp(options_.commandLine);
   PublishBookState();
-  server_ = std::make_unique<httplib::Server>();
+  server_ = std::make_unique<GuardedServer>(secret_);
   server_->set_payload_max_length(kMaxBody);
   Routes();
   AddSessionRoutes(*server_, *this);
@@ -207,13 +208,8 @@ bool WorkshopServer::Start() {
   AddReaderRoutes(*server_, *this);
   AddArchiveRoutes(*server_, *this);
   AddDescriptionRoutes(*server_, *this);
-  if (options_.port > 0) {
-    if (!server_->bind_to_port("127.0.0.1", options_.port)) return false;
-    port_ = options_.port;
-  } else {
-    port_ = server_->bind_to_any_port("127.0.0.1");
-    if (port_ <= 0) return false;
-  }
+  port_ = server_->Bind("127.0.0.1", options_.port);
+  if (port_ <= 0) return false;
   lastSeen_ = std::chrono::steady_clock::now().time_since_epoch().count();
   return true;
 }
@@ -224,6 +220,16 @@ void WorkshopServer::Serve() {
   stopping_ = true;
   if (watcher_.joinable()) watcher_.join();
   std::lock_guard lock(bookMutex_);
+  // Requests still running when the end was decided have finished now. An edit among them is
+  // saved, never dropped: only the page's own answer to the unsaved-changes question forgets
+  // changes.
+  if (shell_->session().changed()) {
+    if (shell_->SaveFileAndSettings())
+      std::printf("Pagewright workshop: the last changes were saved to %s\n", shell_->session().keptBook().string().c_str());
+    else
+      std::fprintf(stderr, "pagewright: the last changes to the book could not be saved\n");
+    std::fflush(stdout);
+  }
   shell_->Exit();
 }
 
@@ -291,10 +297,9 @@ bool WorkshopServer::Allowed(const httplib::Request& request, httplib::Response&
     ok = origin == "http://" + own || origin == "http://" + ownLocal;
   }
   if (ok) {
-    const bool inAddress = request.path == "/" && request.get_param_value("s") == secret_;
-    const bool inHeader = request.get_header_value("X-Pagewright-Secret") == secret_;
-    const std::string cookies = request.get_header_value("Cookie");
-    const bool inCookie = cookies.find(std::string(kCookie) + "=" + secret_) != std::string::npos;
+    const bool inAddress = request.path == "/" && SameSecret(request.get_param_value("s"), secret_);
+    const bool inHeader = SameSecret(request.get_header_value(std::string(kSecretHeader).c_str()), secret_);
+    const bool inCookie = CookieCarriesSecret(request.get_header_value("Cookie"), kSecretCookie, secret_);
     ok = inAddress || inHeader || inCookie;
   }
   if (!ok) {
@@ -325,7 +330,7 @@ void WorkshopServer::Routes() {
   server.Get("/", [this](const httplib::Request&, httplib::Response& response) {
     for (const WebFile& file : WebFiles())
       if (file.name == "index.html") response.set_content(std::string(file.text), "text/html; charset=utf-8");
-    response.set_header("Set-Cookie", std::string(kCookie) + "=" + secret_ + "; HttpOnly; SameSite=Strict; Path=/");
+    response.set_header("Set-Cookie", std::string(kSecretCookie) + "=" + secret_ + "; HttpOnly; SameSite=Strict; Path=/");
     response.set_header("Cache-Control", "no-store");
   });
   server.Get(R"(/web/((?:[A-Za-z0-9_-][A-Za-z0-9_.-]*/)?[A-Za-z0-9_-][A-Za-z0-9_.-]*))", [](const httplib::Request& request, httplib::Response& response) {

@@ -3,7 +3,8 @@
 // book session), answers the page's commands, and refuses every request that does not come from
 // the page it served: each start makes a random secret that the address carries once and the
 // page then sends back with every request, the Host header must name this server, an Origin
-// must be this server's, and bodies are bounded.
+// must be this server's, and bodies are bounded. The gate in front of the handlers (slow and
+// secretless connections) is GuardedServer's.
 #pragma once
 
 #include <atomic>
@@ -30,6 +31,8 @@ class Response;
 }  // namespace httplib
 
 namespace pw::app {
+
+class GuardedServer;
 
 // The editing surface of the page: the server keeps the document the page shows; the page
 // fetches it when its version changes and sends it back before anything reads it.
@@ -141,7 +144,7 @@ class WorkshopServer {
   PageEditor editor_;
   PageChannel channel_;
   std::unique_ptr<shell::Shell> shell_;
-  std::unique_ptr<httplib::Server> server_;
+  std::unique_ptr<GuardedServer> server_;
   std::string secret_;
   int port_ = 0;
   std::mutex bookMutex_;  // one command on the book at a time

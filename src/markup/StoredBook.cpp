@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "common/Files.h"
+#include "common/Limits.h"
 #include "common/Text.h"
 
 namespace pw::markup {
@@ -22,6 +23,14 @@ constexpr std::string_view kNotRated = "not rated";
 constexpr std::string_view kPictureOpen = "<!PwPictureData src=\"";
 constexpr std::string_view kPictureLength = "\" length=";
 constexpr std::string_view kPictureClose = "<!/PwPictureData>";
+
+// The plain form ends with "<!PwDocumentLength=N>": the document's length in bytes, so the
+// reader finds where the pictures start by the layout and never by looking for a picture block
+// inside the text (a page may well contain that text). Files written before the trailer existed
+// have none and are read by the older search.
+constexpr std::string_view kLayoutTrailer = "<!PwDocumentLength=";
+// Older files: how many places that look like the start of the pictures are tried.
+constexpr size_t kOldPictureCandidates = 32;
 
 // Most memory reserved up front for a decompressed document; beyond it the string grows only
 // as real data arrives, so a lying length cannot make us allocate.
@@ -48,7 +57,7 @@ size_t BlockSize(size_t length, size_t count, size_t index) {
 
 bool IsPlainFileName(std::string_view name) {
   return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos &&
-         name.find('\\') == std::string_view::npos && name.find('\0') == std::string_view::npos;
+         name.find_first_of(std::string_view("\\\"<>\0", 5)) == std::string_view::npos;
 }
 
 bool ParseHeader(std::string_view header, StoredBookHeader& out) {
@@ -105,6 +114,45 @@ bool ReadPictureBlocks(std::string_view text, std::vector<StoredPicture>& pictur
   return true;
 }
 
+std::string LayoutTrailer(size_t documentLength) {
+  std::string out(kLayoutTrailer);
+  out += std::to_string(documentLength);
+  out += '>';
+  return out;
+}
+
+// Finds the trailer at the very end of `rest`; fills `documentLength` and `trailerSize`.
+bool FindLayoutTrailer(std::string_view rest, size_t& documentLength, size_t& trailerSize) {
+  if (rest.empty() || rest.back() != '>') return false;
+  const size_t window = kLayoutTrailer.size() + 21;
+  const size_t from = rest.size() > window ? rest.size() - window : 0;
+  const size_t at = rest.rfind(kLayoutTrailer);
+  if (at == std::string_view::npos || at < from) return false;
+  const char* first = rest.data() + at + kLayoutTrailer.size();
+  const char* last = rest.data() + rest.size() - 1;
+  const auto [end, ec] = std::from_chars(first, last, documentLength);
+  if (ec != std::errc() || end != last) return false;
+  trailerSize = rest.size() - at;
+  return true;
+}
+
+// A file from before the trailer: the pictures start at the first place from which the rest of
+// the file reads as picture blocks; when no such place is found the whole rest is the document.
+void ReadOldPlainForm(std::string_view rest, StoredBook& book) {
+  size_t at = rest.find(kPictureOpen);
+  for (size_t tried = 0; at != std::string_view::npos && tried < kOldPictureCandidates; ++tried) {
+    std::vector<StoredPicture> pictures;
+    std::string ignored;
+    if (ReadPictureBlocks(rest.substr(at), pictures, ignored)) {
+      book.document.assign(rest.substr(0, at));
+      book.pictures = std::move(pictures);
+      return;
+    }
+    at = rest.find(kPictureOpen, at + 1);
+  }
+  book.document.assign(rest);
+}
+
 bool ReadBlocks(std::string_view bytes, size_t& pos, std::string& document, std::string& error) {
   int32_t count = 0;
   int32_t length = 0;
@@ -114,6 +162,10 @@ bool ReadBlocks(std::string_view bytes, size_t& pos, std::string& document, std:
   }
   if (count < 0 || length < 0 || static_cast<size_t>(count) != StoredBlockCount(static_cast<size_t>(length))) {
     error = "the block count does not fit the document length";
+    return false;
+  }
+  if (static_cast<size_t>(length) > common::kLargestBook) {
+    error = "the document is larger than the book size limit";
     return false;
   }
   const auto blocks = static_cast<size_t>(count);
@@ -249,6 +301,7 @@ std::string WriteStoredBook(const StoredBook& book) {
     }
   }
   out += MakePictureBlocks(book.pictures);
+  if (!compressed) out += LayoutTrailer(book.document.size());
   return out;
 }
 
@@ -271,10 +324,19 @@ bool ReadStoredBook(std::string_view bytes, StoredBook& book, std::string& error
     return ReadPictureBlocks(bytes.substr(pos), book.pictures, error);
   }
   const std::string_view rest = bytes.substr(pos);
-  const size_t pictures = rest.find(kPictureOpen);
-  book.document.assign(rest.substr(0, pictures));
-  if (pictures == std::string_view::npos) return true;
-  return ReadPictureBlocks(rest.substr(pictures), book.pictures, error);
+  size_t documentLength = 0;
+  size_t trailerSize = 0;
+  if (!FindLayoutTrailer(rest, documentLength, trailerSize)) {
+    ReadOldPlainForm(rest, book);
+    return true;
+  }
+  if (documentLength > rest.size() - trailerSize) {
+    error = "the document length runs past the end of the file";
+    return false;
+  }
+  book.document.assign(rest.substr(0, documentLength));
+  return ReadPictureBlocks(rest.substr(documentLength, rest.size() - trailerSize - documentLength),
+                           book.pictures, error);
 }
 
 size_t RemoveStrayHeaders(std::string& document) {

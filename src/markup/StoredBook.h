@@ -52,8 +52,8 @@ std::string CleanHeaderValue(std::string_view value);
 // The header line with the compression flag and the seven fields.
 std::string MakeStoredBookHeader(const StoredBookHeader& header, bool compressed);
 
-// The whole file. A document of one byte or less is always written plain, since the block
-// layout has no block for it.
+// The whole file; a document of one byte or less is always written plain (no block for it). The
+// plain form ends with the document's length, so the reader never looks for pictures in the text.
 std::string WriteStoredBook(const StoredBook& book);
 
 // Reads a whole file. Text that does not start with the header is an ordinary document; a

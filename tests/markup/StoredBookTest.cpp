@@ -86,6 +86,70 @@ TEST(StoredBook, PicturesTravelWithAnyBytes) {
   }
 }
 
+TEST(StoredBook, PageHoldingThePictureMarkerReadsBackEqual) {
+  // A page that quotes the picture block's opening, even a whole fake block or a fake trailer,
+  // must not be taken for the pictures.
+  const std::string quoted = "<DIV>the block starts <!PwPictureData src=\"x.png\" length=3>abc<!/PwPictureData></DIV>";
+  for (const std::string& document :
+       {quoted, "<DIV>" + std::string("<!PwPictureData src=\"") + "</DIV>", quoted + "<!PwDocumentLength=3>",
+        Document(9000) + "<!PwPictureData src=\"" + Document(100)}) {
+    for (bool compressed : {false, true}) {
+      for (size_t pictures : {0u, 2u}) {
+        StoredBook book;
+        book.document = document;
+        book.compressed = compressed;
+        if (pictures) book.pictures = {{"a.png", "<!PwPictureData src=\""}, {"b.png", "PNG"}};
+        const StoredBook back = RoundTrip(book);
+        EXPECT_EQ(back.document, document) << (compressed ? "compressed" : "plain") << pictures;
+        ASSERT_EQ(back.pictures.size(), pictures);
+        if (pictures) {
+          EXPECT_EQ(back.pictures[0].data, book.pictures[0].data);
+        }
+      }
+    }
+  }
+}
+
+TEST(StoredBook, PlainFilesWithoutTheLayoutTrailerStillRead) {
+  const std::string header = MakeStoredBookHeader(StoredBookHeader{}, false);
+  const std::vector<StoredPicture> pictures{{"a.png", "PNGDATA"}};
+  const std::string blocks = MakePictureBlocks(pictures);
+  struct Case {
+    std::string document;
+    size_t pictures;
+  };
+  // An older file holding the marker in its text is read by the place its pictures really start;
+  // one whose "pictures" never parse keeps everything as its document.
+  for (const auto& [document, count] : std::vector<Case>{
+           {"<BODY>plain</BODY>", 1}, {"<BODY>quoting <!PwPictureData src=\" here</BODY>", 1},
+           {"<BODY>quoting <!PwPictureData src=\"x\" length=99></BODY>", 0}}) {
+    StoredBook back;
+    std::string error;
+    const std::string bytes = header + document + (count ? blocks : "");
+    ASSERT_TRUE(ReadStoredBook(bytes, back, error)) << error;
+    EXPECT_EQ(back.document, document);
+    ASSERT_EQ(back.pictures.size(), count);
+    if (count) {
+      EXPECT_EQ(back.pictures[0].data, "PNGDATA");
+    }
+  }
+}
+
+TEST(StoredBook, LyingLayoutTrailerIsRefused) {
+  StoredBook book;
+  book.document = "<BODY>text</BODY>";
+  book.pictures = {{"a.png", "PNG"}};
+  std::string bytes = WriteStoredBook(book);
+  const size_t at = bytes.rfind("<!PwDocumentLength=");
+  ASSERT_NE(at, std::string::npos);
+  StoredBook back;
+  std::string error;
+  for (const std::string trailer : {"<!PwDocumentLength=99999>", "<!PwDocumentLength=5>"}) {
+    EXPECT_FALSE(ReadStoredBook(bytes.substr(0, at) + trailer, back, error)) << trailer;
+    EXPECT_FALSE(error.empty());
+  }
+}
+
 TEST(StoredBook, HeaderFieldRules) {
   EXPECT_EQ(CleanHeaderValue("  line one\r\nline <two>\x03\x04  "), "line one\nline two");
   StoredBookHeader header;

@@ -69,11 +69,18 @@ int Clean(const CorrectorOptions& options) {
   if (!corrector::LoadReplacementTable(options.rules, table, error)) return Fail(options.rules + ": " + error);
   corrector::CleanUpReport report;
   common::NullProgress progress;
-  const int rc = Transform(options, [&](const std::string& book) {
-    return corrector::CleanUpLoadedBook(book, table.rows, BookCodePage(options.codePage), progress, &report);
-  });
+  if (SameFile(options.input, options.output)) return Fail("the output would overwrite the input");
+  std::string book;
+  if (!common::ReadWholeFile(options.input, book)) return Fail("cannot read " + options.input);
+  const std::string cleaned = corrector::CleanUpLoadedBook(book, table.rows, BookCodePage(options.codePage), progress, &report);
   for (const std::string& problem : report.errors) std::cerr << "pagewright: skipped " << problem << "\n";
-  return rc;
+  // A rule past the bounds leaves the book as it was: nothing is written.
+  if (report.stop) {
+    common::RecordingSink sink;
+    return Fail(common::Messages(sink).Text(*report.stop, std::to_string(report.stoppedRow)));
+  }
+  if (!common::WriteFileAtomic(options.output, cleaned)) return Fail("cannot write " + options.output);
+  return 0;
 }
 
 int ShowRules(const CorrectorOptions& options) {

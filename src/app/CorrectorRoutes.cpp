@@ -277,6 +277,11 @@ void AddCorrectorRoutes(httplib::Server& server, WorkshopServer& workshop) {
       workshop.channel().Status("...inserting new fragment...wait, please...");
     }
     for (const std::string& error : report.errors) messages.ShowText(error);
+    if (report.stop) {
+      // A rule past the bounds: the book stays as it was.
+      messages.Show(*report.stop, std::to_string(report.stoppedRow));
+      return Reply(response, {{"ok", false}, {"stoppedRow", report.stoppedRow}});
+    }
     workshop.shell().session().MarkChanged();
     Reply(response, {{"ok", true}, {"html", html}, {"counts", report.counts}});
   });

@@ -16,6 +16,7 @@
 #include "app/WebFiles.h"
 #include "app/WorkshopRoutes.h"
 #include "common/Files.h"
+#include "common/PicturePaths.h"
 #include "common/Session.h"
 #include "common/Text.h"
 #include "fb2/DescriptionReader.h"
@@ -360,13 +361,14 @@ void WorkshopServer::Routes() {
       return;
     }
     if (name == "reading") return ServeReadingView(*this, response);  // beside the book's pictures
-    if (name.find("..") != std::string::npos || snapshot.file.empty()) {
+    if (snapshot.file.empty()) {
       response.status = 404;
       return;
     }
-    const fs::path file = snapshot.file.parent_path() / name;
+    // Only picture files in the book's folder, never through a link.
+    const auto file = common::PictureInsideFolder(snapshot.file.parent_path(), name);
     std::string bytes;
-    if (!fs::is_regular_file(file) || !common::ReadWholeFile(file, bytes)) {
+    if (!file || !common::ReadWholeFile(*file, bytes)) {
       response.status = 404;
       return;
     }

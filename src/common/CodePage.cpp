@@ -82,6 +82,10 @@ ByteTable BuildTable(CodePage cp) {
     err = U_ZERO_ERROR;
     const int32_t length = ucnv_toUChars(converter, buffer, 4, &byte, 1, &err);
     if (U_FAILURE(err) || length != 1 || buffer[0] == 0xFFFD || buffer[0] == 0x1A) continue;
+    // Bytes a code page leaves undefined come back from the converter as C1 control characters
+    // (0x98 of windows-1251, 0x81 of windows-1252). They are no text: reading them gives U+FFFD,
+    // and a C1 character is never written back as a raw byte, which XML readers refuse.
+    if (buffer[0] >= 0x80 && buffer[0] <= 0x9F) continue;
     table.decode[code] = Utf8Of(buffer[0]);
     table.encode.emplace(buffer[0], static_cast<unsigned char>(code));
   }

@@ -20,7 +20,7 @@ std::string_view CodePageCharset(CodePage cp);
 // Parses a session name or a charset name, case-insensitively. False when unknown.
 bool ParseCodePage(std::string_view name, CodePage& cp);
 
-// Decodes bytes of `cp` to UTF-8. Bytes that the code page leaves undefined become U+FFFD.
+// Decodes bytes of `cp` to UTF-8. Bytes that the code page leaves undefined (or as C1) become U+FFFD.
 std::string DecodeToUtf8(std::string_view bytes, CodePage cp);
 
 enum class Unmappable {

@@ -84,6 +84,18 @@ enum class Msg {
   ArchiveMemberAbsolute,    // + member name
   ArchiveMemberLink,        // + member name
   ArchiveMemberTooLarge,    // + member name
+  ArchiveTooManyMembers,    // "{}": the member limit
+  InputIsFolder,            // "{}": the name
+  InputNotRegularFile,      // "{}": the name
+  InputPermissionDenied,    // "{}": the name
+  BookTooLarge,             // "{}": the limit in MB
+  Fb2EntitiesTooLarge,      // "{}": the limit in MB
+  RuleTooSlow,              // "{}": the row number
+  RuleResultTooLarge,       // "{}": the row number
+  PicturesUnsupported,      // "{}": how many
+  PicturesNotFound,         // "{}": how many
+  PictureOutsideBook,       // + the picture's reference
+  PicturesOutsideBook,      // "{}": how many
   Count_                    // keep last
 };
 

@@ -4,6 +4,7 @@
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -17,6 +18,9 @@ namespace {
 constexpr uint32_t kMatchLimit = 50'000'000;
 constexpr uint32_t kDepthLimit = 1'000'000;
 constexpr size_t kCacheCapacity = 256;
+// Bounded replacements hand the engine this many starting places at a time and look at the
+// clock in between.
+constexpr size_t kBoundedWindow = 256;
 // Repeated groups over long runs of text need deep JIT stacks; the memory is reserved, not
 // committed, until a match needs it.
 constexpr size_t kJitStackMax = 512 * 1024 * 1024;
@@ -46,14 +50,17 @@ std::string ErrorText(int code) {
 // Compiled patterns shared by every thread; a compiled pattern is read-only once JIT-compiled.
 class PatternCache {
  public:
-  CodePtr Get(std::string_view pattern, bool caseSensitive, std::string* error) {
+  // `windowed`: compiled so that a match may be told where its start must lie (bounded runs).
+  CodePtr Get(std::string_view pattern, bool caseSensitive, std::string* error, bool windowed = false) {
     std::string key(1, caseSensitive ? 'c' : 'i');
+    key += windowed ? 'w' : '-';
     key += pattern;
     {
       std::lock_guard lock(mutex_);
       if (auto found = map_.find(key); found != map_.end()) return found->second;
     }
     uint32_t options = PCRE2_UTF | PCRE2_UCP | PCRE2_MATCH_INVALID_UTF;
+    if (windowed) options |= PCRE2_USE_OFFSET_LIMIT;
     if (!caseSensitive) options |= PCRE2_CASELESS;
     int errorCode = 0;
     PCRE2_SIZE errorOffset = 0;
@@ -97,17 +104,29 @@ pcre2_match_context* ThreadContext() {
 
 // Visits every match left to right; `onMatch` gets the ovector and returns false to stop.
 // Returns false with `error` filled when matching fails for a reason other than no match.
+// With `window` (a pattern compiled windowed), each call of the engine may start a match only
+// within `window` bytes of where it starts looking, and `between` is asked after every such
+// call whether to go on: the engine's own limit bounds one starting place, and this bounds the
+// time a pattern that backtracks at every place of a long text can take in all.
 template <class OnMatch>
 bool ForEachMatch(const CodePtr& code, std::string_view text, size_t from, std::string* error,
-                  OnMatch onMatch) {
+                  OnMatch onMatch, size_t window = 0, const std::function<bool()>& between = {}) {
   std::unique_ptr<pcre2_match_data, MatchDataDeleter> data(
       pcre2_match_data_create_from_pattern(code.get(), nullptr));
   pcre2_match_context* context = ThreadContext();
   const auto subject = reinterpret_cast<PCRE2_SPTR>(text.data());
   size_t offset = from;
   uint32_t options = 0;
+  pcre2_set_offset_limit(context, PCRE2_UNSET);
   while (offset <= text.size()) {
+    if (window) pcre2_set_offset_limit(context, offset + window);
     const int rc = pcre2_match(code.get(), subject, text.size(), offset, options, data.get(), context);
+    if (window && between && !between()) return true;
+    if (rc == PCRE2_ERROR_NOMATCH && window && options == 0 && offset + window < text.size()) {
+      offset += window + 1;
+      while (offset < text.size() && (static_cast<unsigned char>(text[offset]) & 0xC0) == 0x80) ++offset;
+      continue;
+    }
     if (rc == PCRE2_ERROR_NOMATCH) {
       if (options == 0) return true;
       // An empty match here could not be extended: step over one whole character.
@@ -159,22 +178,42 @@ void AppendReplacement(std::string& out, std::string_view text, std::string_view
 }
 
 bool Replace(std::string& text, std::string_view pattern, std::string_view replacement,
-             bool caseSensitive, bool all, std::string* error, size_t* count = nullptr) {
-  const CodePtr code = Cache().Get(pattern, caseSensitive, error);
+             bool caseSensitive, bool all, std::string* error, size_t* count = nullptr,
+             RegexBounds* bounds = nullptr) {
+  const CodePtr code = Cache().Get(pattern, caseSensitive, error, bounds != nullptr);
   if (!code) return false;
   std::string out;
   size_t copied = 0;
   bool any = false;
+  bool stopped = false;
+  const std::function<bool()> inTime = [&] {
+    if (std::chrono::steady_clock::now() <= bounds->deadline) return true;
+    bounds->timeRanOut = stopped = true;
+    return false;
+  };
+  size_t matches = 0;
   const std::string_view source(text);
-  const bool ok = ForEachMatch(code, source, 0, error, [&](const PCRE2_SIZE* ovector, size_t pairs) {
+  bool ok = ForEachMatch(code, source, 0, error, [&](const PCRE2_SIZE* ovector, size_t pairs) {
     if (!any) out.reserve(source.size());
     any = true;
     if (count) ++*count;
     out.append(source, copied, ovector[0] - copied);
     AppendReplacement(out, source, replacement, ovector, pairs);
     copied = ovector[1];
+    if (bounds) {
+      // What is left of the text is copied as it is, so the result is at least this long.
+      if (out.size() + (source.size() - copied) > bounds->maxResult) {
+        bounds->tooLarge = stopped = true;
+        return false;
+      }
+      if (++matches % 64 == 0 && !inTime()) return false;
+    }
     return all;
-  });
+  }, bounds ? kBoundedWindow : 0, bounds ? inTime : std::function<bool()>());
+  if (stopped) {
+    ok = false;
+    if (error) *error = bounds->tooLarge ? "the result grows past the size limit" : "time limit reached";
+  }
   if (!ok) {
     if (count) *count = 0;
     return false;
@@ -189,9 +228,9 @@ bool Replace(std::string& text, std::string_view pattern, std::string_view repla
 }  // namespace
 
 bool RegExpReplaceAll(std::string& text, std::string_view pattern, std::string_view replacement,
-                      bool caseSensitive, std::string* error, size_t* count) {
+                      bool caseSensitive, std::string* error, size_t* count, RegexBounds* bounds) {
   if (count) *count = 0;
-  return Replace(text, pattern, replacement, caseSensitive, true, error, count);
+  return Replace(text, pattern, replacement, caseSensitive, true, error, count, bounds);
 }
 
 bool RegExpReplaceFirst(std::string& text, std::string_view pattern, std::string_view replacement,

@@ -24,6 +24,7 @@ std::string ApplyCleanUpFile(std::string_view text, std::string_view ruleFile,
   CleanUpReport report;
   std::string result = ApplyCleanUpRules(text, table.rows, session.codePage, session.progress, &report);
   for (const std::string& problem : report.errors) session.messages.Show(common::Msg::BadRegularExpression, problem);
+  if (report.stop) session.messages.Show(*report.stop, std::to_string(report.stoppedRow));
   return result;
 }
 

@@ -1,5 +1,7 @@
 #include "corrector/CleanUpRules.h"
 
+#include <algorithm>
+
 #include "common/Regex.h"
 #include "common/Text.h"
 
@@ -24,9 +26,20 @@ bool RepeatedSymbol(std::string_view repWhat, std::string_view& symbol) {
 
 std::string ApplyCleanUpRules(std::string_view text, const std::vector<CleanUpRule>& rows,
                               common::CodePage bookCodePage, common::Progress& progress,
-                              CleanUpReport* report) {
+                              CleanUpReport* report, const CleanUpBounds& bounds) {
   std::string result(text);
   if (report) report->counts.assign(rows.size(), 0);
+  const size_t sizeLimit = bounds.maxResult ? bounds.maxResult : common::BookSizeLimit(text.size());
+  // A row past the bounds stops everything: the text comes back as it was given.
+  auto stop = [&](size_t row, common::Msg why) {
+    if (report) {
+      report->stop = why;
+      report->stoppedRow = row + 1;
+      report->counts.assign(rows.size(), 0);
+    }
+    progress.Percent(100);
+    return std::string(text);
+  };
   for (size_t i = 0; i < rows.size(); ++i) {
     const CleanUpRule& row = rows[i];
     progress.Status("...user-defined book clean up... " + std::to_string(i + 1));
@@ -37,8 +50,14 @@ std::string ApplyCleanUpRules(std::string_view text, const std::vector<CleanUpRu
       progress.Status("user clean-up: RegExp " + row.RepWhat + " -> " + row.RepBy);
       std::string error;
       size_t count = 0;
-      if (!common::RegExpReplaceAll(result, row.RepWhat, row.RepBy, row.Case, &error, &count) && report)
-        report->errors.push_back("row " + std::to_string(i + 1) + ": " + row.RepWhat + ": " + error);
+      common::RegexBounds limits;
+      limits.deadline = std::chrono::steady_clock::now() + bounds.rowTime;
+      limits.maxResult = sizeLimit;
+      if (!common::RegExpReplaceAll(result, row.RepWhat, row.RepBy, row.Case, &error, &count, &limits)) {
+        if (limits.timeRanOut) return stop(i, common::Msg::RuleTooSlow);
+        if (limits.tooLarge) return stop(i, common::Msg::RuleResultTooLarge);
+        if (report) report->errors.push_back("row " + std::to_string(i + 1) + ": " + row.RepWhat + ": " + error);
+      }
       if (report) report->counts[i] = count;
       continue;
     }
@@ -56,6 +75,18 @@ std::string ApplyCleanUpRules(std::string_view text, const std::vector<CleanUpRu
 
     const std::string by = common::DecodeCharNotation(row.RepBy, bookCodePage);
     progress.Status("user clean-up: replacing " + row.RepWhat + " -> " + row.RepBy);
+    if (by.size() > what.size()) {
+      // A growing row is measured before it runs, so a text can never balloon in memory.
+      size_t matches = 0;
+      if (row.Case) {
+        matches = common::CountOccurrences(result, what);
+      } else {
+        std::string probe = result;
+        matches = common::ReplaceAllCaselessInPlace(probe, what, "");
+      }
+      if (matches > (sizeLimit - std::min(sizeLimit, result.size())) / (by.size() - what.size()))
+        return stop(i, common::Msg::RuleResultTooLarge);
+    }
     const size_t count =
         row.Case ? common::ReplaceAllInPlace(result, what, by) : common::ReplaceAllCaselessInPlace(result, what, by);
     if (report) report->counts[i] = count;

@@ -2,12 +2,14 @@
 // or collapsing of repeated symbols) run in order over a book's text.
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "common/CodePage.h"
+#include "common/Limits.h"
 #include "common/Messages.h"
 #include "common/Progress.h"
 
@@ -38,6 +40,17 @@ struct CleanUpTable {
 struct CleanUpReport {
   std::vector<std::string> errors;
   std::vector<size_t> counts;
+  // Set when a row went past the bounds of rule application (RuleTooSlow, RuleResultTooLarge):
+  // the rows stopped there and the text came back as it was given.
+  std::optional<common::Msg> stop;
+  size_t stoppedRow = 0;  // 1-based
+};
+
+// The bounds of rule application: the time one row may take in all, and the largest text the
+// rows may make (0: the book size limit of the text they start from, common/Limits.h).
+struct CleanUpBounds {
+  std::chrono::milliseconds rowTime = common::kRuleTimeLimit;
+  size_t maxResult = 0;
 };
 
 // A regular-expression row whose pattern does not compile, with the engine's message.
@@ -52,9 +65,11 @@ std::vector<RuleProblem> ValidateRules(const std::vector<CleanUpRule>& rows);
 // Runs the enabled rows in table order over `text` and returns the result. Literal rows and
 // the keyword rows decode the character notations of their texts with `bookCodePage`;
 // expression rows are used exactly as typed.
+// A row that goes past `bounds` stops the run, and the text comes back unchanged (see
+// CleanUpReport::stop).
 std::string ApplyCleanUpRules(std::string_view text, const std::vector<CleanUpRule>& rows,
                               common::CodePage bookCodePage, common::Progress& progress,
-                              CleanUpReport* report = nullptr);
+                              CleanUpReport* report = nullptr, const CleanUpBounds& bounds = {});
 
 // Joins the body into one line the way the interactive command does before its rules run:
 // a line break followed by a blank becomes that blank, every other line break goes.

@@ -11,6 +11,7 @@
 
 #include "common/CodePage.h"
 #include "common/Files.h"
+#include "common/PicturePaths.h"
 #include "common/Text.h"
 #include "common/Utf8.h"
 #include "fb2/Fb2Body.h"
@@ -60,15 +61,19 @@ std::string WithoutDescriptionBlock(std::string_view html0) {
   return out;
 }
 
-// The file a picture tag points to: relative names are read from the book's folder.
-fs::path PicturePath(std::string_view src, const fs::path& bookFolder) {
-  std::string name = common::ReplaceAll(src, "%20", " ");
-  if (common::StartsWith(name, "file:///")) name.erase(0, 7);
-  else if (common::StartsWith(name, "file://")) name.erase(0, 7);
-  fs::path path(name);
-  if (path.is_absolute()) return path;
-  return bookFolder / path;
-}
+// One kind of finding about the book's pictures: told once, with its count when it repeats.
+struct PictureFindings {
+  size_t count = 0;
+  std::string first;  // the message of the first one
+
+  void Add(std::string message) {
+    if (count++ == 0) first = std::move(message);
+  }
+  void Tell(std::vector<std::string>& warnings, const common::Messages& messages, common::Msg counted) const {
+    if (count == 1) warnings.push_back(first);
+    if (count > 1) warnings.push_back(messages.Text(counted, std::to_string(count)));
+  }
+};
 
 std::string TodayShortDate() {
   const std::time_t now = std::time(nullptr);
@@ -258,17 +263,29 @@ Fb2ExportResult ConvertHtml0ToFb2(std::string_view html0, const Fb2Description& 
   progress.Status("...converting html to fb2: looking for paragraphs...");
   int pictureNumber = 0;
   std::unordered_map<std::string, std::string> storedPictures;
+  PictureFindings missing, unsupported, outside;
   const PictureStore pictures = [&](std::string_view src, int width, int height) -> std::string {
     const std::string key = std::string(src) + "|" + std::to_string(width) + "x" + std::to_string(height);
     if (const auto it = storedPictures.find(key); it != storedPictures.end()) return it->second;
-    const fs::path path = PicturePath(src, bookFolder);
-    auto binary = PictureToBinary(path, width, height, options.keepPictureSizes, pictureNumber + 1,
-                                  session.messages.language());
+    // Only picture files inside the book's own folder go into the book: never an absolute
+    // path, "file:" or a link, whatever the book names.
+    const fs::path relative = common::RelativePicturePath(src);
+    const auto file = common::PictureInsideFolder(bookFolder, src);
+    std::optional<Fb2Binary> binary;
+    if (file) {
+      binary = PictureToBinary(*file, width, height, options.keepPictureSizes, pictureNumber + 1,
+                               session.messages.language());
+    }
     std::string id;
-    if (!binary) {
-      result.warnings.push_back(session.messages.Text(common::Msg::FileNotFound, path.string()));
+    std::error_code error;
+    if (!file && !relative.empty() && !fs::exists(fs::symlink_status(bookFolder / relative, error))) {
+      missing.Add(session.messages.Text(common::Msg::FileNotFound, (bookFolder / relative).string()));
+    } else if (!file) {
+      outside.Add(session.messages.Text(common::Msg::PictureOutsideBook, src));
+    } else if (!binary) {
+      missing.Add(session.messages.Text(common::Msg::FileNotFound, file->string()));
     } else if (!binary->ok()) {
-      result.warnings.push_back(binary->message);
+      unsupported.Add(binary->message);
     } else {
       ++pictureNumber;
       id = binary->id;
@@ -278,6 +295,9 @@ Fb2ExportResult ConvertHtml0ToFb2(std::string_view html0, const Fb2Description& 
     return id;
   };
   Html0Book book = ReadHtml0Book(text, pictures, progress);
+  missing.Tell(result.warnings, session.messages, common::Msg::PicturesNotFound);
+  unsupported.Tell(result.warnings, session.messages, common::Msg::PicturesUnsupported);
+  outside.Tell(result.warnings, session.messages, common::Msg::PicturesOutsideBook);
   progress.Status("...converting html to fb2: cleaning book...styles...");
   progress.Status("...converting html to fb2: cleaning book...elements...");
 

@@ -5,6 +5,7 @@
 
 #include "common/CodePage.h"
 #include "common/Files.h"
+#include "common/Limits.h"
 #include "common/Text.h"
 #include "common/Utf8.h"
 #include "corrector/CleanUpFile.h"
@@ -274,6 +275,10 @@ Fb2ImportResult Convert(std::string_view bytes, common::Session& session, const 
     if (!utf16) declared = DeclaredXmlEncoding(prepared);
     TidyReport report;
     text = TidyFb2(prepared, report);
+    if (report.entitiesOverLimit) {
+      result.entityLimit = common::BookSizeLimit(prepared.size());
+      return result;
+    }
     Report(report, result.skipped);
   }
   if (text.find("<FictionBook>") == std::string::npos && text.find("<body") == std::string::npos &&
@@ -409,6 +414,8 @@ std::optional<std::filesystem::path> ConvertFb2FileToHtml0(const std::filesystem
   Fb2ImportResult result = ConvertFb2ToHtml0(bytes, session, fileOptions);
   bytes = {};
   if (!result.ok) {
+    if (result.entityLimit)
+      session.messages.Show(common::Msg::Fb2EntitiesTooLarge, std::to_string(common::Megabytes(result.entityLimit)));
     if (!result.skipped.empty()) session.messages.Show(common::Msg::Fb2ImportSkipped, Joined(result.skipped));
     return std::nullopt;
   }

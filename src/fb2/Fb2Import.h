@@ -43,6 +43,9 @@ struct Fb2ImportResult {
   // What was left out or mended, one short text each (pictures without binary, undeclared
   // entities, a wrong declared encoding, ...), for the user.
   std::vector<std::string> skipped;
+  // Set (with ok false) when the entities the file declares would grow the book past this
+  // size limit, in bytes.
+  size_t entityLimit = 0;
 };
 
 // Converts the bytes of an FB2 file. Pictures are written into the picture folder (none when

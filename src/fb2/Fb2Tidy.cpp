@@ -4,7 +4,9 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "common/Limits.h"
 #include "common/Text.h"
+#include "common/TextScan.h"
 #include "import/Entities.h"
 
 namespace pw::fb2 {
@@ -140,7 +142,8 @@ struct Open {
 
 class Tidier {
  public:
-  Tidier(std::string_view in, TidyReport& report) : in_(in), report_(report) {}
+  Tidier(std::string_view in, TidyReport& report)
+      : in_(in), report_(report), entityBudget_(common::BookSizeLimit(in.size())) {}
 
   std::string Run() {
     out_.reserve(in_.size() + in_.size() / 16);
@@ -671,8 +674,8 @@ class Tidier {
 
   // Reads the reference at text[at] ('&') and writes its regular form; returns its length.
   size_t Reference(std::string_view text, size_t at, bool inValue) {
-    const size_t semicolon = text.find(';', at + 1);
-    if (semicolon == std::string_view::npos || semicolon - at > 40) {
+    const size_t semicolon = common::FindWithin(text, ';', at + 1, 40);
+    if (semicolon == std::string_view::npos) {
       out_ += "&amp;";
       return 1;
     }
@@ -710,6 +713,16 @@ class Tidier {
     } else if (body == "apos") {
       out_ += '\'';
     } else if (const auto it = entities_.find(std::string(body)); it != entities_.end()) {
+      // A small file may declare a large entity and use it many times: the expansions
+      // together may grow the text only up to the book size limit.
+      if (report_.entitiesOverLimit || it->second.size() > entityBudget_ - entityBytes_) {
+        ++report_.entitiesOverLimit;
+        out_ += "&amp;";
+        out_.append(body);
+        out_ += ';';
+        return length;
+      }
+      entityBytes_ += it->second.size();
       for (const char c : it->second) Char(c, inValue);
     } else if (IsHtmlEntity(text.substr(at, length))) {
       out_.append(text.substr(at, length));
@@ -771,6 +784,8 @@ class Tidier {
   std::unordered_set<std::string> binaryIds_;
   std::unordered_map<std::string, std::string> entities_;
   std::unordered_map<std::string, bool> htmlEntities_;
+  size_t entityBudget_;
+  size_t entityBytes_ = 0;  // bytes of entity text written so far
 };
 
 }  // namespace

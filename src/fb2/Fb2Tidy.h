@@ -42,6 +42,9 @@ struct TidyReport {
   size_t repairedBinaries = 0;                // base64 text with characters outside the alphabet
   size_t binariesWithoutId = 0;               // dropped
   size_t tooDeep = 0;                         // tags dropped beyond the nesting limit
+  // References to declared entities left unexpanded because expanding them would grow the
+  // text past the book size limit (common/Limits.h); a book that needs them is refused.
+  size_t entitiesOverLimit = 0;
 };
 
 // The regular form of `text` as described above.

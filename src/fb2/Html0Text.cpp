@@ -4,6 +4,7 @@
 
 #include "common/Text.h"
 #include "common/Utf8.h"
+#include "common/TextScan.h"
 #include "import/Entities.h"
 
 namespace pw::fb2 {
@@ -58,8 +59,8 @@ void AppendBookText(std::string& out, std::string_view text, bool& pendingBlank)
     }
     std::string decoded;
     if (c == '&') {
-      const size_t semi = text.find(';', pos + 1);
-      if (semi != std::string_view::npos && semi - pos <= 12) {
+      const size_t semi = common::FindWithin(text, ';', pos + 1, 12);
+      if (semi != std::string_view::npos) {
         if (auto ch = DecodeReference(text.substr(pos, semi - pos + 1))) {
           decoded = std::move(*ch);
           pos = semi + 1;

@@ -7,6 +7,7 @@
 
 #include "common/Text.h"
 #include "common/Utf8.h"
+#include "common/TextScan.h"
 
 namespace pw::import {
 
@@ -135,8 +136,8 @@ std::string CleanSample(std::string_view sample) {
       continue;
     }
     if (c == '&') {
-      const size_t semi = text.find(';', i + 1);
-      if (semi != std::string::npos && semi - i - 1 <= 8) {
+      const size_t semi = common::FindWithin(text, ';', i + 1, 9);
+      if (semi != std::string::npos) {
         i = semi + 1;
         continue;
       }

@@ -3,6 +3,7 @@
 #include <set>
 
 #include "common/Text.h"
+#include "common/PicturePaths.h"
 #include "import/Entities.h"
 #include "markup/TagReader.h"
 
@@ -34,15 +35,6 @@ bool IsCoverLink(const markup::TagToken& tag) {
 
 }  // namespace
 
-bool IsRelativeReference(std::string_view reference) {
-  reference = common::Trim(reference);
-  if (reference.empty() || reference.front() == '/' || reference.front() == '\\' || reference.front() == '#')
-    return false;
-  // A scheme or a drive: letters, digits, "+", "-" or "." before the first ":".
-  const size_t colon = reference.find(':');
-  const size_t slash = reference.find_first_of("/\\");
-  return colon == std::string_view::npos || (slash != std::string_view::npos && slash < colon);
-}
 
 std::string CoverPageReference(std::string_view html) {
   std::string found;
@@ -66,7 +58,7 @@ std::vector<std::string> LocalPictureReferences(std::string_view html) {
   std::set<std::string> seen;
   const auto add = [&](std::string reference) {
     reference = std::string(common::Trim(reference));
-    if (IsRelativeReference(reference) && seen.insert(reference).second) references.push_back(std::move(reference));
+    if (common::IsRelativeReference(reference) && seen.insert(reference).second) references.push_back(std::move(reference));
   };
   add(CoverPageReference(html));
   EachTag(html, [&](const markup::TagToken& tag) {

@@ -20,8 +20,5 @@ std::string CoverPageReference(std::string_view html);
 // True when one of the page's "<img>" elements shows `reference`.
 bool ShowsPicture(std::string_view html, std::string_view reference);
 
-// True for a reference that can only name a file beside the page: no scheme ("http:",
-// "file:"), no drive, not absolute, not "data:".
-bool IsRelativeReference(std::string_view reference);
 
 }  // namespace pw::import

@@ -8,6 +8,8 @@
 #include "common/Files.h"
 #include "common/Text.h"
 #include "common/Utf8.h"
+#include "common/TextScan.h"
+#include "common/PicturePaths.h"
 #include "import/Charset.h"
 #include "import/Entities.h"
 #include "import/HtmlHeadings.h"
@@ -72,9 +74,9 @@ void AppendText(std::string& out, std::string_view raw, bool& pendingBlank, bool
     if (cp == 0xAD || cp < 0x20 || cp == 0x7F) continue;  // soft hyphens and control characters
     if (cp == '&') {
       // A reference the table does not know stays as written; a lone "&" is escaped.
-      const size_t semi = decoded.find(';', start + 1);
+      const size_t semi = common::FindWithin(decoded, ';', start + 1, 10);
       const std::string_view rest(decoded.data() + start, decoded.size() - start);
-      if (semi != std::string::npos && semi - start <= 10 && rest.size() > 1 &&
+      if (semi != std::string::npos && rest.size() > 1 &&
           (IsAsciiLetter(rest[1]) || rest[1] == '#')) {
         bool name = true;
         for (size_t k = start + 1; k < semi; ++k)
@@ -556,9 +558,10 @@ class Converter {
     const std::string lower = common::AsciiLower(src);
     const bool remote = lower.find("://") != std::string::npos || common::StartsWith(lower, "data:");
     if (!remote && !options_.sourceFolder.empty() && !options_.bookFolder.empty()) {
-      const fs::path file = options_.sourceFolder / fs::path(common::ReplaceAll(src, "%20", " "));
-      std::error_code error;
-      if (fs::is_regular_file(file, error)) {
+      // Only picture files inside the source's own folder tree are copied into the book.
+      if (const auto found = common::PictureInsideFolder(options_.sourceFolder, src)) {
+        const fs::path& file = *found;
+        std::error_code error;
         const auto copied = copiedPictures_.find(file.string());
         if (copied != copiedPictures_.end()) {
           kept = copied->second;

@@ -2,9 +2,12 @@
 
 #include <array>
 
+#include "common/Limits.h"
+
 namespace pw::import {
 
-bool UnpackTcr(std::string_view file, std::string& text) {
+bool UnpackTcr(std::string_view file, std::string& text, bool* tooLarge) {
+  if (tooLarge) *tooLarge = false;
   constexpr size_t kSearched = 1024;
   const size_t signature = file.substr(0, kSearched + kTcrSignature.size()).find(kTcrSignature);
   if (signature == std::string_view::npos) return false;
@@ -17,8 +20,14 @@ bool UnpackTcr(std::string_view file, std::string& text) {
     entry = file.substr(pos, length);
     pos += length;
   }
+  size_t length = 0;
+  for (size_t i = pos; i < file.size(); ++i) length += table[static_cast<unsigned char>(file[i])].size();
+  if (length > common::BookSizeLimit(file.size())) {
+    if (tooLarge) *tooLarge = true;
+    return false;
+  }
   text.clear();
-  text.reserve((file.size() - pos) * 3);
+  text.reserve(length);
   for (; pos < file.size(); ++pos) text += table[static_cast<unsigned char>(file[pos])];
   return true;
 }

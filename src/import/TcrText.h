@@ -12,7 +12,9 @@ namespace pw::import {
 inline constexpr std::string_view kTcrSignature = "!!8-Bit!!";
 
 // Unpacks a TCR file. A few bytes of junk before the signature (a name line some tools write)
-// are skipped. False when there is no signature in the first kilobyte or the table is cut off.
-bool UnpackTcr(std::string_view file, std::string& text);
+// are skipped. False when there is no signature in the first kilobyte or the table is cut off,
+// and (with `tooLarge` set) when the text would grow past the book size limit of the file
+// (common/Limits.h): each byte may stand for up to 255.
+bool UnpackTcr(std::string_view file, std::string& text, bool* tooLarge = nullptr);
 
 }  // namespace pw::import

@@ -23,7 +23,7 @@ void ShowRefusal(const ArchiveMember& member, common::Session& session) {
 
 }  // namespace
 
-void ShowArchiveError(ArchiveError error, const std::string& name, common::Session& session) {
+void ShowArchiveError(ArchiveError error, const std::string& name, common::Session& session, size_t limit) {
   common::Messages& messages = session.messages;
   const bool rar = common::LowerExtension(fs::path(name)) == "rar";
   switch (error) {
@@ -41,6 +41,7 @@ void ShowArchiveError(ArchiveError error, const std::string& name, common::Sessi
     case ArchiveError::ReadError: messages.Show(common::Msg::ArchiveReadError, ": " + name); break;
     case ArchiveError::FileCreateError: messages.Show(common::Msg::ArchiveFileCreateError, ": " + name); break;
     case ArchiveError::NotEnoughMemory: messages.Show(common::Msg::ArchiveNotEnoughMemory, ": " + name); break;
+    case ArchiveError::TooManyMembers: messages.Show(common::Msg::ArchiveTooManyMembers, std::to_string(limit)); break;
   }
 }
 
@@ -77,7 +78,7 @@ bool UnpackArchive(const fs::path& archive, const fs::path& folder, const std::s
   const std::string name = archive.filename().string();
   std::vector<ArchiveMember> members;
   if (const ArchiveError error = ListArchive(archive, members, limits); error != ArchiveError::None) {
-    ShowArchiveError(error, name, session);
+    ShowArchiveError(error, name, session, limits.members);
     return false;
   }
   const ArchiveMember* chosen = nullptr;
@@ -119,7 +120,7 @@ bool UnpackArchive(const fs::path& archive, const fs::path& folder, const std::s
                                  [&](const UnpackedMember& member) { return member.name == chosenName; });
   if (book == unpacked.end()) {
     if (error != ArchiveError::None)
-      ShowArchiveError(error, name, session);
+      ShowArchiveError(error, name, session, limits.members);
     else if (oversized.empty())
       ShowArchiveError(ArchiveError::ReadError, name, session);
     return false;

@@ -13,7 +13,8 @@
 namespace pw::shell {
 
 // The message of an archive-wide error, for the archive named `name`.
-void ShowArchiveError(ArchiveError error, const std::string& name, common::Session& session);
+void ShowArchiveError(ArchiveError error, const std::string& name, common::Session& session,
+                      size_t limit = common::kArchiveMembers);
 
 // The book members of `members` a user may choose from: every member that a book converter
 // reads, refused ones included (choosing one tells why it cannot be opened).

@@ -164,7 +164,7 @@ ArchiveError WalkOldRar(const fs::path& path, const ArchiveLimits& limits, const
   size_t seen = 0;
   int64_t drained = 0;
   while (ar_parse_entry(rar.get())) {
-    if (++seen > limits.members) return ArchiveError::None;
+    if (++seen > limits.members) return ArchiveError::TooManyMembers;
     const char* raw = ar_entry_get_name(rar.get());
     std::string name = raw ? raw : "";
     if (!common::IsValidUtf8(name)) name = common::DecodeToUtf8(name, common::CodePage::Cp866);
@@ -209,7 +209,7 @@ ArchiveError Walk(const fs::path& path, const ArchiveLimits& limits, const Visit
       if (archive_errno(reader.get()) == ENOMEM) return ArchiveError::NotEnoughMemory;
       return seen == 0 ? ArchiveError::HeaderBroken : ArchiveError::FileHeaderBroken;
     }
-    if (++seen > limits.members) return ArchiveError::None;
+    if (++seen > limits.members) return ArchiveError::TooManyMembers;
     ArchiveMember member;
     if (!Describe(entry, limits, member)) continue;
     bool stop = false;

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "common/Limits.h"
+
 namespace pw::shell {
 
 // Why a member is never unpacked.
@@ -33,12 +35,13 @@ enum class ArchiveError {
   ReadError,         // the member's data cannot be unpacked
   FileCreateError,   // the unpacked file cannot be written
   NotEnoughMemory,
+  TooManyMembers,    // more members than ArchiveLimits::members
 };
 
 struct ArchiveLimits {
-  size_t members = 10000;
-  int64_t memberBytes = int64_t{512} << 20;
-  int64_t totalBytes = int64_t{2} << 30;
+  size_t members = common::kArchiveMembers;
+  int64_t memberBytes = common::kArchiveMemberBytes;
+  int64_t totalBytes = common::kArchiveTotalBytes;
 };
 
 // The regular files of the archive in their order, without folders and without the clutter

@@ -30,6 +30,8 @@ enum class InputCheck { Ok, WebAddress, Missing, Empty, Unsupported, Archive };
 // address and passes unchecked; a missing file, one shorter than 10 bytes and one whose
 // extension (in any case) is neither supported nor an archive are refused with "File not
 // found: ", "Empty file: " or "Not supported input file format: " and the name, unless `quiet`.
+// A folder, anything else that is not a regular file (a pipe, a device) and a file this user
+// may not read are refused as Missing, each with a message that says which it is.
 InputCheck CheckInputFile(const std::string& path, common::Messages& messages, bool quiet = false);
 
 // Puts `path` first in the recent-files list: no duplicates, the list keeps its length.

@@ -1,6 +1,7 @@
 #include "shell/TextInput.h"
 
 #include "common/Files.h"
+#include "common/Limits.h"
 #include "import/Charset.h"
 #include "import/HtmlToBook.h"
 #include "import/KmlText.h"
@@ -39,7 +40,12 @@ bool ConvertTcrBook(ConvertJob& job) {
   job.session.progress.Status("...converting tcr to html0...unpacking tcr-file...");
   std::string file;
   std::string text;
-  if (!common::ReadWholeFile(job.input, file) || !import::UnpackTcr(file, text)) return false;
+  bool tooLarge = false;
+  if (!common::ReadWholeFile(job.input, file) || !import::UnpackTcr(file, text, &tooLarge)) {
+    if (tooLarge)
+      job.session.messages.Show(common::Msg::BookTooLarge, std::to_string(common::Megabytes(common::BookSizeLimit(file.size()))));
+    return false;
+  }
   return import::ConvertTextBytesToHtml0(text, job.workingDocument, {}, job.session, TextOptions(job, "tcr"));
 }
 

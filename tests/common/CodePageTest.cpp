@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "common/Utf8.h"
+
 namespace pw::common {
 namespace {
 
@@ -41,6 +43,23 @@ TEST(CodePage, EveryDefinedByteRoundTrips) {
       if (utf8 == "\xEF\xBF\xBD") continue;  // undefined byte
       EXPECT_EQ(EncodeFromUtf8(utf8, cp), byte) << CodePageName(cp) << " byte " << code;
     }
+  }
+}
+
+TEST(CodePage, UndefinedAndC1BytesAreNeverText) {
+  // The bytes the code pages leave undefined read as U+FFFD, and no single-byte table hands out
+  // a C1 control character, so none is ever written back as a raw byte that XML readers refuse.
+  EXPECT_EQ(DecodeToUtf8("a\x98z", CodePage::Win1251), "a\uFFFDz");
+  for (const char byte : {'\x81', '\x8D', '\x8F', '\x90', '\x9D'})
+    EXPECT_EQ(DecodeToUtf8(std::string(1, byte), CodePage::Win1252), "\uFFFD") << int(byte & 0xFF);
+  for (CodePage cp : kSingleByte) {
+    for (unsigned code = 128; code < 256; ++code) {
+      const std::string utf8 = DecodeToUtf8(std::string(1, static_cast<char>(code)), cp);
+      size_t pos = 0;
+      const char32_t decoded = NextCodePoint(utf8, pos);
+      EXPECT_FALSE(decoded >= 0x80 && decoded <= 0x9F) << CodePageName(cp) << " byte " << code;
+    }
+    EXPECT_EQ(EncodeFromUtf8("\u0098\u0081", cp), "&#152;&#129;") << CodePageName(cp);
   }
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "common/Messages.h"
 #include "common/Session.h"
 #include "corrector/CleanUpFile.h"
@@ -37,6 +39,48 @@ TEST(CleanUpRules, CountsReplacementsPerRow) {
   EXPECT_EQ(Apply("a--b--c 2x3x!!!! Aa", rows, &report), "b—b—c 2×3×! bb");
   EXPECT_EQ(report.counts, (std::vector<size_t>{2, 2, 3, 0, 0, 3}));
   EXPECT_EQ(report.errors.size(), 1u);
+}
+
+TEST(CleanUpRules, CatastrophicPatternIsStoppedByItsRowAndTheTextKept) {
+  // Runs of "a" that never end in "b": the pattern backtracks at every place of every run, each
+  // place within the engine's own limit, the whole far beyond any sane time.
+  std::string text;
+  while (text.size() < 200000) text += std::string(22, 'a') + "c";
+  text += "ab";
+  CleanUpBounds bounds;
+  bounds.rowTime = std::chrono::milliseconds(300);
+  CleanUpReport report;
+  common::NullProgress progress;
+  const auto start = std::chrono::steady_clock::now();
+  const std::string out = ApplyCleanUpRules(text, {Plain("c", "d"), Expr("(a|a)*b", "x"), Plain("d", "e")},
+                                            common::CodePage::Win1251, progress, &report, bounds);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));  // not minutes
+  EXPECT_EQ(out, text);
+  ASSERT_TRUE(report.stop);
+  EXPECT_EQ(*report.stop, common::Msg::RuleTooSlow);
+  EXPECT_EQ(report.stoppedRow, 2u);
+}
+
+TEST(CleanUpRules, GrowingRulesStopAtTheSizeLimitBeforeTheyGrow) {
+  const std::string text(32 * 1024, 'a');
+  const std::string sixteen(16, 'a');
+  for (const bool regExp : {false, true}) {
+    for (const bool caseSensitive : {false, true}) {
+      std::vector<CleanUpRule> rows;
+      for (int i = 0; i < 8; ++i)
+        rows.push_back(regExp ? Expr("a", sixteen, caseSensitive) : Plain("a", sixteen, caseSensitive));
+      CleanUpReport report;
+      // 32 KB, 512 KB, 8 MB, then 128 MB: past the 16 MB that a small text may grow to.
+      EXPECT_EQ(Apply(text, rows, &report), text);
+      ASSERT_TRUE(report.stop) << regExp << caseSensitive;
+      EXPECT_EQ(*report.stop, common::Msg::RuleResultTooLarge);
+      EXPECT_EQ(report.stoppedRow, 3u);
+    }
+  }
+  // Rules that grow within the limit still run.
+  CleanUpReport report;
+  EXPECT_EQ(Apply("ab", {Plain("a", sixteen), Expr("b", "$0$0")}, &report), sixteen + "bb");
+  EXPECT_FALSE(report.stop);
 }
 
 TEST(CleanUpRules, ValidateNamesEveryBadExpressionRowWithTheEnginesMessage) {

@@ -246,6 +246,21 @@ TEST(Fb2Export, Encodings) {
   }
 }
 
+TEST(Fb2Export, CharactersTheCodePageCannotHoldStayReadable) {
+  // C1 controls (what undefined bytes of a code page used to become) and U+FFFD are written as
+  // references in a single-byte file; XML readers refuse them as raw bytes.
+  const std::string html = Book(MakeParagraph("x\u0098y\u0081\u008D\u008F\u0090\u009Dz \uFFFD Ёé"));
+  for (const std::string encoding : {"utf-8", "windows-1251", "windows-1252"}) {
+    Fb2ExportOptions options = LibraryOptions();
+    options.encoding = encoding;
+    const auto out = Export(html, options);  // validated with the schemas, in its own encoding
+    for (const char byte : {'\x81', '\x8D', '\x8F', '\x90', '\x98', '\x9D'})
+      if (encoding != "utf-8") {
+        EXPECT_EQ(out.fb2.find(byte), std::string::npos) << encoding << " " << int(byte & 0xFF);
+      }
+  }
+}
+
 TEST(Fb2Export, OlderCleaningSignsTheBook) {
   Fb2ExportOptions options;
   options.dashes = "short";
@@ -353,6 +368,42 @@ TEST(Fb2Export, PicturesAndCover) {
   EXPECT_EQ(out.fb2.find("pic_3"), std::string::npos);
   ASSERT_EQ(out.warnings.size(), 1u);
   EXPECT_NE(out.warnings[0].find("not supported image format: "), std::string::npos);
+}
+
+TEST(Fb2Export, OnlyPicturesInsideTheBookFolderAreEmbedded) {
+  InitPictureLibrary();
+  test::ScratchFolder scratch;
+  const fs::path folder = scratch / "book";
+  fs::create_directories(folder);
+  Magick::Image picture(Magick::Geometry(20, 20), Magick::Color("blue"));
+  picture.magick("PNG");
+  picture.write((scratch / "private.png").string());
+  picture.write((folder / "own.png").string());
+  fs::create_symlink(scratch / "private.png", folder / "link.png");
+  const std::string secret = (scratch / "private.png").string();
+  const auto out = Export(Book(MakeParagraph("<IMG src=own.png>") + MakeParagraph("<IMG src=\"" + secret + "\">") +
+                               MakeParagraph("<IMG src=\"file://" + secret + "\">") +
+                               MakeParagraph("<IMG src=../private.png>") + MakeParagraph("<IMG src=link.png>")),
+                          LibraryOptions(), folder);
+  EXPECT_EQ(common::CountOccurrences(out.fb2, "<binary "), 1u);
+  EXPECT_NE(out.fb2.find("id=\"pic_1.png\""), std::string::npos);
+  // The four refusals are told once, with their count.
+  ASSERT_EQ(out.warnings.size(), 1u);
+  EXPECT_EQ(out.warnings[0], "4 pictures left out, they are not picture files inside the book's folder");
+}
+
+TEST(Fb2Export, RepeatedPictureFindingsAreCountedOnce) {
+  test::ScratchFolder folder;
+  std::string body;
+  for (int i = 0; i < 300; ++i) {
+    const std::string name = "p" + std::to_string(i) + ".jpg";
+    ASSERT_TRUE(common::WriteFileAtomic(folder / name, "not a picture"));
+    body += MakeParagraph("<IMG src=" + name + "> <IMG src=gone" + std::to_string(i) + ".png>");
+  }
+  const auto out = Export(Book(body), LibraryOptions(), folder.path());
+  ASSERT_EQ(out.warnings.size(), 2u);
+  EXPECT_EQ(out.warnings[0], "300 picture files not found");
+  EXPECT_EQ(out.warnings[1], "300 pictures in an unsupported format");
 }
 
 TEST(Fb2Export, GenresAreTheSchemasAndOthersAreLeftOut) {

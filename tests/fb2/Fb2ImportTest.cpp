@@ -80,6 +80,35 @@ INSTANTIATE_TEST_SUITE_P(BodyConversion, Fb2ImportRow,
                                            "verse-lines", "marked-elements", "cleaning", "notes", "description",
                                            "pictures"));
 
+TEST(Fb2Import, EntityExpansionIsBoundedAndRefusedWithAMessage) {
+  // One 100 KB entity used 1000 times would make a 100 MB book of a 104 KB file.
+  const std::string big(100 * 1024, 'x');
+  std::string uses;
+  for (int i = 0; i < 1000; ++i) uses += "&big;";
+  // The document type goes after the declaration line.
+  const auto withEntity = [](const std::string& entity, const std::string& body) {
+    std::string fb2 = Fb2("<section><p>" + body + "</p></section>");
+    return fb2.insert(fb2.find('\n') + 1, "<!DOCTYPE FictionBook [<!ENTITY " + entity + ">]>\n");
+  };
+  const std::string file = withEntity("big \"" + big + "\"", uses);
+  common::RecordingProgress progress;
+  common::RecordingSink sink;
+  common::Messages messages(sink);
+  common::Session session(progress, messages);
+  test::ScratchFolder folder;
+  const fs::path source = folder / "entities.fb2";
+  ASSERT_TRUE(common::WriteFileAtomic(source, file));
+  EXPECT_FALSE(ConvertFb2FileToHtml0(source, folder / "book.html0", session));
+  EXPECT_FALSE(fs::exists(folder / "book.html0"));
+  ASSERT_FALSE(sink.shown.empty());
+  EXPECT_EQ(sink.shown.front(),
+            "the entities the FB2 file declares would make the book larger than 16 MB; the file is refused");
+  // A few uses stay within the limit and are expanded.
+  const auto small = Import(withEntity("e \"Entity text\"", "&e; and &e;"));
+  EXPECT_TRUE(small.result.ok);
+  EXPECT_NE(small.result.html0.find("Entity text and Entity text"), std::string::npos);
+}
+
 TEST(Fb2Import, StatusTextsComeInTheOrderOfTheSteps) {
   test::ScratchFolder folder;
   const Imported imported = Import(test::ReadData("fb2/import/pictures.fb2"), folder.path());

@@ -73,6 +73,38 @@ TEST(HtmlToBook, MessyDocumentGolden) {
   EXPECT_EQ(Count(body, "<"), Count(body, ">"));
 }
 
+TEST(HtmlToBook, PicturesOutsideTheSourceFolderAreNeverCopied) {
+  test::ScratchFolder place;
+  const fs::path source = place / "source";
+  const fs::path book = place / "book";
+  fs::create_directories(source);
+  fs::create_directories(book);
+  ASSERT_TRUE(common::WriteFileAtomic(place / "secret.jpg", "private"));
+  ASSERT_TRUE(common::WriteFileAtomic(source / "notes.txt", "private too"));
+  fs::create_symlink(place / "secret.jpg", source / "link.jpg");
+  HtmlImportOptions options;
+  options.sourceFolder = source;
+  options.bookFolder = book;
+  const std::string secret = (place / "secret.jpg").string();
+  const auto out = Convert("<p><img src=\"" + secret + "\"><IMG src=\"file://" + secret +
+                               "\"><img src=../secret.jpg><img src=%2E%2E/secret.jpg><img src=link.jpg>"
+                               "<img src=notes.txt><img src=/etc/passwd>",
+                           options);
+  EXPECT_EQ(out.report.copiedPictures, 0u);
+  EXPECT_TRUE(fs::is_empty(book));
+}
+
+TEST(HtmlToBook, ManyLoneAmpersandsStayLinearAndEscaped) {
+  // Every lone "&" used to look for its ";" to the end of the text: quadratic in the book.
+  std::string page = "<p>";
+  constexpr size_t kCount = 200000;
+  for (size_t i = 0; i < kCount; ++i) page += "a & ";
+  page += "b &amp; c &#1046; d &unknownentity; e</p>";
+  const std::string body = BodyOf(Convert("<html><body>" + page + "</body></html>").book);
+  EXPECT_EQ(Count(body, "a &amp; a"), kCount / 2);
+  EXPECT_NE(body.find("b &amp; c Ж d &amp;unknownentity; e"), std::string::npos) << body.substr(body.size() - 200);
+}
+
 TEST(HtmlToBook, StyleClasses) {
   const auto classes = ReadStyleClasses("p.a, span.b {font-weight:700} .c{ font-style : oblique } div .d {font-weight:bold}"
                                         " .e {color:red}");

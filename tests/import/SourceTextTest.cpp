@@ -42,6 +42,19 @@ TEST(UnpackTcr, EveryByteIsATableEntry) {
   EXPECT_FALSE(UnpackTcr(std::string(1200, 'x') + TcrFile({}, "a"), text));  // signature too far in
 }
 
+TEST(UnpackTcr, OutputPastTheBookSizeLimitIsRefused) {
+  // Every byte stands for 255: a 100 KB file would unpack to 25 MB, past the 16 MB bound.
+  const std::string file = TcrFile({{1, std::string(255, 'w')}}, std::string(100 * 1024, '\x01'));
+  std::string text;
+  bool tooLarge = false;
+  EXPECT_FALSE(UnpackTcr(file, text, &tooLarge));
+  EXPECT_TRUE(tooLarge);
+  EXPECT_TRUE(text.empty());
+  ASSERT_TRUE(UnpackTcr(TcrFile({{1, std::string(255, 'w')}}, std::string(1000, '\x01')), text, &tooLarge));
+  EXPECT_FALSE(tooLarge);
+  EXPECT_EQ(text.size(), 255000u);
+}
+
 TEST(UnpackTcr, TheGeneratedCorpusBooksHoldTheirSourceText) {
   const auto tcr = pw::test::CorpusPath("other/generated/ru_chekhov_vanka.tcr");
   const auto txt = pw::test::CorpusPath("txt/ru_chekhov_vanka_utf8_oneline_noblank.txt");

@@ -168,6 +168,21 @@ TEST(ArchiveInput, HostileMembersAreRefusedWithTheirReason) {
   EXPECT_FALSE(fs::exists(folder / "in" / "etc"));
 }
 
+TEST(ArchiveInput, AnArchiveOverTheMemberLimitSaysSo) {
+  test::ScratchFolder folder;
+  std::vector<ZipMember> members;
+  for (int i = 0; i < 30; ++i) members.push_back({"p" + std::to_string(i) + ".png", "png"});
+  members.push_back({"book.txt", "a book of words"});
+  ASSERT_TRUE(common::WriteFileAtomic(folder / "crowd.zip", MakeZip(members)));
+  ArchiveLimits limits;
+  limits.members = 20;
+  const auto out = Unpack(folder / "crowd.zip", folder / "in", "", limits);
+  EXPECT_FALSE(out.ok);
+  EXPECT_EQ(out.shown, (std::vector<std::string>{"archive refused, it holds more than 20 members"}));
+  limits.members = 40;
+  EXPECT_TRUE(Unpack(folder / "crowd.zip", folder / "in2", "", limits).ok);
+}
+
 TEST(ArchiveInput, MembersBeyondTheSizeBoundAreRefused) {
   test::ScratchFolder folder;
   const std::string zeros(3 << 20, '\0');

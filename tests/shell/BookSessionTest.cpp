@@ -1,6 +1,8 @@
 #include "shell/BookSession.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 
@@ -65,7 +67,7 @@ TEST(BookSession, InputChecksInOrderWithTheirMessages) {
       "Empty file: " + nine.string(),
       "File not found: " + (w.folder / "missing.txt").string(),
       "Not supported input file format: " + (w.folder / "book.xyz").string(),
-      "File not found: " + w.folder.path().string(),
+      w.folder.path().string() + " is a folder, not a book file",
   };
   EXPECT_EQ(w.sink.shown, expected);
   // A nine-byte file that is empty of book in any case; quiet mode says nothing.
@@ -74,6 +76,24 @@ TEST(BookSession, InputChecksInOrderWithTheirMessages) {
   w.messages.SetLanguage(common::Language::Russian);
   CheckInputFile(nine.string(), w.messages);
   EXPECT_EQ(w.sink.shown.back(), "Пустой файл: " + nine.string());
+}
+
+TEST(BookSession, InputThatIsNoReadableFileSaysWhatItIs) {
+  Workbench w;
+  const fs::path pipe = w.folder / "pipe.txt";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  EXPECT_EQ(CheckInputFile(pipe.string(), w.messages), InputCheck::Missing);
+  w.messages.SetLanguage(common::Language::Russian);
+  EXPECT_EQ(CheckInputFile(w.folder.path().string(), w.messages), InputCheck::Missing);
+  ASSERT_EQ(w.sink.shown.size(), 2u);
+  EXPECT_EQ(w.sink.shown[0], pipe.string() + " is not a regular file");
+  EXPECT_EQ(w.sink.shown[1], w.folder.path().string() + " - это папка, а не файл книги");
+  if (::geteuid() == 0) GTEST_SKIP() << "every file is readable for root";
+  const fs::path locked = w.Write("locked.txt", "1234567890");
+  fs::permissions(locked, fs::perms::none);
+  w.messages.SetLanguage(common::Language::English);
+  EXPECT_EQ(CheckInputFile(locked.string(), w.messages), InputCheck::Missing);
+  EXPECT_EQ(w.sink.shown.back(), locked.string() + " cannot be read: permission denied");
 }
 
 TEST(BookSession, StoredBookOpensWithPicturesBesideAndDescriptionCutOut) {

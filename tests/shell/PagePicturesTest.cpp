@@ -33,12 +33,6 @@ TEST(PagePictures, OnlyPicturesInsideThePagesFolderTreeAreCopied) {
       "<img src=\"notes.txt\"><img src=\"http://example.org/y.jpg\"><img src=\"missing.jpg\"></body></html>";
   ASSERT_TRUE(common::WriteFileAtomic(root / "page.html", page));
 
-  EXPECT_TRUE(PictureInsideFolder(root, "images/a.jpg"));
-  EXPECT_TRUE(PictureInsideFolder(root, "images\\sub\\b%20c.png"));
-  for (const char* refused : {"../outside.jpg", "images/../../outside.jpg", "link/x.jpg", "notes.txt", "missing.jpg",
-                              "file:///etc/x.jpg", "C:/x.jpg", "/etc/x.jpg", ""})
-    EXPECT_FALSE(PictureInsideFolder(root, refused)) << refused;
-
   const fs::path copy = place / "copy";
   fs::create_directories(copy);
   EXPECT_EQ(CopyPagePictures(root / "page.html", copy), 3u);

@@ -87,7 +87,7 @@ int Convert(const ConvertOptions& options) {
   if (restored == shell::RestoreResult::Damaged && !options.quiet)
     view.Sink().Show(common::MessageText(common::Msg::SettingsUnreadable, language));
 
-  shell::InstanceRegistration instance(workshop.instanceFile(), workshop.temp());
+  shell::InstanceRegistration instance(workshop.instanceFile(), workshop.temp(), workshop.inputCopy());
   const size_t failures = shell::RunBatch(plan, request, workshop, instance.serial(), settings, view);
   instance.Unregister();
   std::error_code ignored;

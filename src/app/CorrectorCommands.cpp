@@ -147,7 +147,7 @@ int Check(const CorrectorOptions& options) {
   corrector::ParagraphEnds ends;
   ends.Set(options.ends.empty() ? job.settings.validParagraphEnds : options.ends, BookCodePage(options.codePage));
   TerminalBatchView view(1, false);
-  shell::InstanceRegistration instance(job.workshop.instanceFile(), job.workshop.temp());
+  shell::InstanceRegistration instance(job.workshop.instanceFile(), job.workshop.temp(), job.workshop.inputCopy());
   std::vector<corrector::SuspectParagraph> listed;
   common::NullProgress progress;
   const bool ok = shell::ReadBookDocument(options.input, job.workshop, instance.serial(), job.settings, view.Sink(),
@@ -187,7 +187,7 @@ int Hyphenate(const CorrectorOptions& options) {
   std::string error;
   if (!shell::PlanBatch(request, job.settings.interfaceLanguage, plan, error)) return Fail(error);
   TerminalBatchView view(1, false);
-  shell::InstanceRegistration instance(job.workshop.instanceFile(), job.workshop.temp());
+  shell::InstanceRegistration instance(job.workshop.instanceFile(), job.workshop.temp(), job.workshop.inputCopy());
   const size_t failures = shell::RunBatch(plan, request, job.workshop, instance.serial(), job.settings, view);
   instance.Unregister();
   std::error_code ignored;

@@ -38,6 +38,19 @@ class BookProgress final : public common::Progress {
   size_t book_;
 };
 
+// Removes the book's scratch folders when it goes out of scope, however the conversion ends
+// (a writer that throws, bad_alloc on a huge book).
+class ScratchRemoval {
+ public:
+  explicit ScratchRemoval(BookSession& session) : session_(session) {}
+  ~ScratchRemoval() { session_.RemoveScratch(); }
+  ScratchRemoval(const ScratchRemoval&) = delete;
+  ScratchRemoval& operator=(const ScratchRemoval&) = delete;
+
+ private:
+  BookSession& session_;
+};
+
 bool ConvertOne(const PlannedBook& planned, size_t index, const BookWriter& writer, const BatchRequest& request,
                 const WorkshopFolder& workshop, int serial, const common::Settings& base, BatchObserver& observer) {
   common::Settings settings = base;
@@ -51,6 +64,7 @@ bool ConvertOne(const PlannedBook& planned, size_t index, const BookWriter& writ
   BookSession session(workshop, serial, settings, editor, messages, progress);
   session.SetRememberBooks(false);
   session.SetArchiveEntry(request.entry);
+  const ScratchRemoval removal(session);
   bool ok = session.PrepareBook(planned.input);
   std::string document;
   if (ok && !editor.Document(document)) {
@@ -80,7 +94,6 @@ bool ConvertOne(const PlannedBook& planned, size_t index, const BookWriter& writ
     ok = (folder.empty() || common::MakeFolderIfMissing(folder)) && writer.write(job, error);
     if (!ok) messages.Show(common::Msg::ErrorWritingFile, planned.output.string() + (error.empty() ? "" : ": " + error));
   }
-  session.RemoveScratch();
   return ok;
 }
 
@@ -138,6 +151,7 @@ bool ReadBookDocument(const std::string& input, const WorkshopFolder& workshop, 
   HeadlessEditor editor;
   BookSession session(workshop, serial, settings, editor, messages, progress);
   session.SetRememberBooks(false);
+  const ScratchRemoval removal(session);
   bool ok = session.PrepareBook(input);
   std::string document;
   if (ok && !editor.Document(document)) {
@@ -145,7 +159,6 @@ bool ReadBookDocument(const std::string& input, const WorkshopFolder& workshop, 
     ok = false;
   }
   if (ok) use(document);
-  session.RemoveScratch();
   return ok;
 }
 

@@ -4,8 +4,10 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <string>
+#include <vector>
 
 #include "common/Files.h"
 
@@ -32,6 +34,57 @@ class FileLock {
  private:
   int fd_ = -1;
 };
+
+// The serial of a scratch folder name "tmp" + digits; false for any other name.
+bool ScratchSerial(const std::string& name, int& serial) {
+  if (name.size() < 4 || name.compare(0, 3, "tmp") != 0) return false;
+  const auto [end, ec] = std::from_chars(name.data() + 3, name.data() + name.size(), serial);
+  return ec == std::errc() && end == name.data() + name.size();
+}
+
+// An exclusive lock on the folder itself, without waiting; -1 when another copy holds it (or
+// the folder cannot be opened).
+int LockFolder(const std::filesystem::path& folder) {
+  const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) return -1;
+  if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+    ::close(fd);
+    return -1;
+  }
+  return fd;
+}
+
+// Removes the scratch folders of copies that are no longer alive: a "tmp" + serial folder of
+// `temp` whose lock nobody holds, and a folder of `inputCopy` without its live twin in `temp`.
+// Runs under the instance file's lock, inside which every copy takes its own folder's lock, so
+// a folder is never seen between being made and being locked.
+void RemoveStaleScratch(const std::filesystem::path& temp, const std::filesystem::path& inputCopy, int own) {
+  namespace fs = std::filesystem;
+  std::error_code ec;
+  std::vector<int> alive;
+  std::vector<fs::path> stale;
+  for (fs::directory_iterator it(temp, ec), end; !ec && it != end; it.increment(ec)) {
+    int serial = 0;
+    if (!ScratchSerial(it->path().filename().string(), serial) || serial == own) continue;
+    if (!it->is_directory(ec) || it->is_symlink(ec)) continue;
+    const int fd = LockFolder(it->path());
+    if (fd < 0) {
+      alive.push_back(serial);
+      continue;
+    }
+    ::close(fd);
+    stale.push_back(it->path());
+  }
+  if (!inputCopy.empty()) {
+    for (fs::directory_iterator it(inputCopy, ec), end; !ec && it != end; it.increment(ec)) {
+      int serial = 0;
+      if (!ScratchSerial(it->path().filename().string(), serial) || serial == own) continue;
+      if (std::find(alive.begin(), alive.end(), serial) == alive.end()) stale.push_back(it->path());
+    }
+  }
+  std::error_code ignored;
+  for (const fs::path& folder : stale) fs::remove_all(folder, ignored);
+}
 
 bool ParseLine(std::string_view line, int& value) {
   while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) line.remove_suffix(1);
@@ -88,7 +141,8 @@ InstanceCounts UpdateInstanceFile(const std::filesystem::path& file, std::string
   return Update(file, action, temp);
 }
 
-InstanceRegistration::InstanceRegistration(const std::filesystem::path& file, const std::filesystem::path& temp)
+InstanceRegistration::InstanceRegistration(const std::filesystem::path& file, const std::filesystem::path& temp,
+                                           const std::filesystem::path& inputCopy)
     : file_(file), temp_(temp) {
   common::MakeFolderIfMissing(temp);
   const std::string runPath = file.string() + ".run";
@@ -97,13 +151,19 @@ InstanceRegistration::InstanceRegistration(const std::filesystem::path& file, co
   // shared lock for as long as it runs.
   second_ = runFd_ >= 0 && ::flock(runFd_, LOCK_EX | LOCK_NB) != 0;
   if (runFd_ >= 0) ::flock(runFd_, LOCK_SH);
-  serial_ = UpdateInstanceFile(file, second_ ? "increase" : "ini", temp).serial;
+  {
+    FileLock lock(file);
+    serial_ = Update(file, second_ ? "increase" : "ini", temp).serial;
+    folderFd_ = LockFolder(temp / ("tmp" + std::to_string(serial_)));
+    RemoveStaleScratch(temp, inputCopy, serial_);
+  }
   registered_ = true;
 }
 
 InstanceRegistration::~InstanceRegistration() {
   Unregister();
   if (runFd_ >= 0) ::close(runFd_);
+  if (folderFd_ >= 0) ::close(folderFd_);
 }
 
 void InstanceRegistration::Unregister() {

@@ -24,12 +24,16 @@ InstanceCounts UpdateInstanceFile(const std::filesystem::path& file, std::string
 
 // This copy's place among the running copies: its serial, and a shared lock on
 // "ProgInstances.dat.run" held while the object lives, by which later copies see that this
-// one runs (the count in the instance file alone cannot tell after a crash).
+// one runs (the count in the instance file alone cannot tell after a crash). The copy also
+// holds an exclusive lock on its own scratch folder "tmp" + serial, by which the next copy to
+// start tells a folder of a live copy from one that a killed copy left behind.
 class InstanceRegistration {
  public:
   // Registers: "increase" when another copy holds its lock, else "ini". The instance's
-  // scratch folder exists afterwards.
-  InstanceRegistration(const std::filesystem::path& file, const std::filesystem::path& temp);
+  // scratch folder exists afterwards. The "tmp" + serial folders of copies that are no longer
+  // alive are removed from `temp` and from `inputCopy` (when given).
+  InstanceRegistration(const std::filesystem::path& file, const std::filesystem::path& temp,
+                       const std::filesystem::path& inputCopy = {});
   ~InstanceRegistration();
   InstanceRegistration(const InstanceRegistration&) = delete;
   InstanceRegistration& operator=(const InstanceRegistration&) = delete;
@@ -44,6 +48,7 @@ class InstanceRegistration {
   std::filesystem::path file_;
   std::filesystem::path temp_;
   int runFd_ = -1;
+  int folderFd_ = -1;  // the instance's scratch folder, locked while this copy lives
   int serial_ = 0;
   bool second_ = false;
   bool registered_ = false;

@@ -81,7 +81,7 @@ StartUpResult Shell::StartUp(std::string_view commandLine) {
   OpenSeed();
 
   // 2. Register the instance.
-  instance_ = std::make_unique<InstanceRegistration>(workshop_.instanceFile(), workshop_.temp());
+  instance_ = std::make_unique<InstanceRegistration>(workshop_.instanceFile(), workshop_.temp(), workshop_.inputCopy());
   result.serial = instance_->serial();
   result.secondCopy = instance_->second();
   exited_ = false;

@@ -50,6 +50,34 @@ TEST(InstanceFile, SecondCopySeesTheFirst) {
   EXPECT_EQ(UpdateInstanceFile(file, "read", temp).running, 1);
 }
 
+TEST(InstanceFile, ScratchOfDeadCopiesIsRemovedAtStartAndLiveOnesKept) {
+  test::ScratchFolder folder;
+  const auto file = folder / "ProgInstances.dat";
+  const auto temp = folder / "Temp";
+  const auto inputCopy = folder / "InputCopy";
+  InstanceRegistration live(file, temp, inputCopy);
+  const std::string liveName = "tmp" + std::to_string(live.serial());
+  for (const auto& made : {inputCopy / liveName / "book1", temp / "tmp900" / "book1", inputCopy / "tmp900" / "book1",
+                           inputCopy / "tmp901"})
+    std::filesystem::create_directories(made);
+  ASSERT_TRUE(common::WriteFileAtomic(inputCopy / liveName / "book1" / "in.txt", "live input"));
+  // What a killed copy left: its scratch and input folders, and an input folder alone.
+  ASSERT_TRUE(common::WriteFileAtomic(temp / "tmp900" / "book1" / "big.tmp", "left behind"));
+  ASSERT_TRUE(common::WriteFileAtomic(inputCopy / "tmp900" / "book1" / "in.txt", "left behind"));
+  ASSERT_TRUE(common::WriteFileAtomic(inputCopy / "tmp901" / "in.txt", "left behind"));
+  ASSERT_TRUE(common::WriteFileAtomic(temp / "keep.txt", "not a scratch folder"));
+  {
+    InstanceRegistration next(file, temp, inputCopy);
+    EXPECT_TRUE(next.second());
+    EXPECT_FALSE(std::filesystem::exists(temp / "tmp900"));
+    EXPECT_FALSE(std::filesystem::exists(inputCopy / "tmp900"));
+    EXPECT_FALSE(std::filesystem::exists(inputCopy / "tmp901"));
+    EXPECT_TRUE(std::filesystem::exists(temp / liveName));
+    EXPECT_TRUE(std::filesystem::exists(inputCopy / liveName / "book1" / "in.txt"));
+    EXPECT_TRUE(std::filesystem::exists(temp / "keep.txt"));
+  }
+}
+
 // Run as a child process by the test below: registers, prints the serial, waits a moment so
 // the copies overlap, and leaves.
 TEST(InstanceFile, ChildRegisters) {

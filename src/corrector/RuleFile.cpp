@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cstdint>
 
+#include "common/CodePage.h"
 #include "common/Files.h"
 #include "common/Text.h"
 #include "common/Utf8.h"
@@ -174,8 +175,13 @@ bool SaveReplacementTable(const std::filesystem::path& path, const CleanUpTable&
 
 int ModeFromOldDigit(int digit) { return digit == 4 ? 4 : 3; }
 
-bool ParseOldRuleFile(std::string_view text, CleanUpTable& table, std::string& error) {
+bool ParseOldRuleFile(std::string_view bytes, CleanUpTable& table, std::string& error) {
   table = CleanUpTable{};
+  // Older rule files were written by a single-byte program: text that is not UTF-8 is read in
+  // its code page, so the rows hold UTF-8 like every other text (and a table written as a rule
+  // file reads back the same).
+  const std::string decoded = common::IsValidUtf8(bytes) ? std::string() : common::DecodeToUtf8(bytes, common::CodePage::Win1251);
+  const std::string_view text = decoded.empty() ? bytes : std::string_view(decoded);
   std::vector<std::string_view> lines;
   size_t pos = 0;
   while (pos <= text.size()) {

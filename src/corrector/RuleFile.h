@@ -28,7 +28,8 @@ bool ReadRuleFile(std::string_view bytes, CleanUpTable& table, std::string& erro
 bool LoadReplacementTable(const std::filesystem::path& path, CleanUpTable& table, std::string& error);
 bool SaveReplacementTable(const std::filesystem::path& path, const CleanUpTable& table, std::string& error);
 
-// Reads an old ".dat" rule file (a mode digit 0 to 4, the row count, then five lines a row).
+// Reads an old ".dat" rule file (a mode digit 0 to 4, the row count, then five lines a row), in
+// UTF-8 or, when the bytes are not UTF-8, in windows-1251.
 // False with "cannot import file" when the text is not of that form.
 bool ParseOldRuleFile(std::string_view text, CleanUpTable& table, std::string& error);
 

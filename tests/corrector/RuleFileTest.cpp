@@ -109,6 +109,20 @@ TEST(RuleFile, OldFormatImport) {
   EXPECT_EQ(ModeFromOldDigit(4), 4);
 }
 
+// Found by fuzzing: an old file in its single-byte code page gave rows that were not UTF-8, and
+// the table saved as a rule file read back different.
+TEST(RuleFile, OldFormatInItsCodePageBecomesUtf8AndSavesIntact) {
+  CleanUpTable table;
+  std::string error;
+  ASSERT_TRUE(ParseOldRuleFile("3\r\n1\r\n\xc3\xeb\xe0\xe2\xe0\r\n\x97\r\nTrue\r\nFalse\r\nTrue\r\n", table, error));
+  ASSERT_EQ(table.rows.size(), 1u);
+  EXPECT_EQ(table.rows[0].RepWhat, "Глава");
+  EXPECT_EQ(table.rows[0].RepBy, "—");
+  CleanUpTable back;
+  ASSERT_TRUE(ReadRuleFile(WriteRuleFile(table), back, error)) << error;
+  EXPECT_EQ(back, table);
+}
+
 TEST(RuleFile, ShippedDefaultMatchesItsSource) {
   std::string source, comment, shipped;
   ASSERT_TRUE(common::ReadWholeFile(pw::test::ShippedDataPath("BookCleanerDef.dat").string(), source));

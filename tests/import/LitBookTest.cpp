@@ -19,48 +19,8 @@ namespace fs = std::filesystem;
 using testing::LitFixtureFile;
 using testing::Tokens;
 
-std::string Page(const std::string& heading, const std::string& body) {
-  Tokens t;
-  t.Open(testing::kHtml).Open(testing::kHead).Open(testing::kTitle).Text("page title").Close().Close();
-  t.Open(testing::kBody).Open(testing::kH1).Text(heading).Close().Text(body).Close().Close();
-  return t.str();
-}
-
-// Two pages (the second listed first by the container, the first by the package), a picture
-// that is also the cover, a style sheet; the first page links to the second.
-std::vector<LitFixtureFile> SampleFiles() {
-  Tokens body;
-  body.Open(testing::kP).Text("See ");
-  body.Open(testing::kA, {{0x0001, Tokens::Ref("two") + "#deep"}}).Text("the place").Close();
-  body.Text(" or ");
-  body.Open(testing::kA, {{0x0001, Tokens::Ref("two")}}).Text("the chapter").Close();
-  body.Text(" <&> ").Close();
-  body.Open(testing::kImg, {{0x03EC, Tokens::Ref("pic")}}, true);
-  Tokens package;
-  package.Open(testing::kPackage).Open(testing::kMetadata).Open(testing::kDcMetadata);
-  package.Open(testing::kDcTitle).Text("Tom & Jerry").Close();
-  package.Open(testing::kDcCreator).Text("A. Writer").Close().Close().Close();
-  package.Open(testing::kManifest);
-  package.Open(testing::kItem, {{testing::kId, "one"}, {testing::kHref, Tokens::Ref("one")}, {testing::kMediaType, "text/x-oeb1-document"}}, true);
-  package.Open(testing::kItem, {{testing::kId, "pic"}, {testing::kHref, Tokens::Ref("pic")}, {testing::kMediaType, "image/png"}}, true);
-  package.Open(testing::kItem, {{testing::kId, "two"}, {testing::kHref, Tokens::Ref("two")}, {testing::kMediaType, "text/x-oeb1-document"}}, true);
-  package.Open(testing::kItem, {{testing::kId, "css"}, {testing::kHref, Tokens::Ref("css")}, {testing::kMediaType, "text/x-oeb1-css"}}, true);
-  package.Close();
-  package.Open(testing::kGuide).Open(testing::kReference, {{testing::kType, "other.ms-coverimage"}, {testing::kHref, Tokens::Ref("pic")}}, true);
-  package.Close().Close();
-  const std::string components = testing::ComponentList(
-      {{"two", "chapter2.html", "text/html"}, {"one", "chapter1.html", "text/html"}},
-      {{"pic", "images/cover.png", "image/png"}, {"css", "style.css", "text/css"}});
-  return {{"/manifest", components},
-          {"/meta", package.str()},
-          {"/data/one/content", Page("Chapter One", "") + body.str(), true},
-          {"/data/two/content", Page("Chapter Two", "Second page text."), true},
-          {"/data/pic", "\x89PNG picture bytes", false},
-          {"/data/css", ".em { font-style: italic }", false}};
-}
-
 TEST(LitBook, ComponentsCombinedInPackageOrderWithLinksIntoTheWhole) {
-  const std::string file = testing::MakeLit(SampleFiles());
+  const std::string file = testing::MakeLit(testing::SampleLitFiles());
   LitBook book;
   common::RecordingProgress progress;
   ASSERT_EQ(ReadLitBook(file, book, progress), LitError::None);
@@ -95,19 +55,19 @@ TEST(LitBook, ComponentsCombinedInPackageOrderWithLinksIntoTheWhole) {
 
 TEST(LitBook, ProtectedBooksAreToldApart) {
   LitBook book;
-  EXPECT_EQ(ReadLitBook(testing::MakeLit(SampleFiles(), true), book, common::NoProgress()), LitError::Protected);
-  auto files = SampleFiles();
+  EXPECT_EQ(ReadLitBook(testing::MakeLit(testing::SampleLitFiles(), true), book, common::NoProgress()), LitError::Protected);
+  auto files = testing::SampleLitFiles();
   files.push_back({"/DRMStorage/Licenses/EUL", "licence", false});
   EXPECT_EQ(ReadLitBook(testing::MakeLit(files), book, common::NoProgress()), LitError::Protected);
 }
 
 TEST(LitBook, DamagedBooksAreRefusedWithinTheirBounds) {
-  const std::string good = testing::MakeLit(SampleFiles());
+  const std::string good = testing::MakeLit(testing::SampleLitFiles());
   LitBook book;
   EXPECT_EQ(ReadLitBook("ITOLITLS and nothing else of a book", book, common::NoProgress()), LitError::Damaged);
   EXPECT_EQ(ReadLitBook("a text file, not a book container", book, common::NoProgress()), LitError::NotLit);
   // A page missing from the container.
-  auto files = SampleFiles();
+  auto files = testing::SampleLitFiles();
   files.erase(files.begin() + 3);
   EXPECT_EQ(ReadLitBook(testing::MakeLit(files), book, common::NoProgress()), LitError::Missing);
   // Cut anywhere: never a book.
@@ -125,7 +85,7 @@ TEST(LitBook, DamagedBooksAreRefusedWithinTheirBounds) {
 // Mutants of the test's own book and of the real ones (whose sections are LZX-compressed):
 // read or refused, never out of bounds (the sanitizer build watches).
 TEST(LitBook, MutantsAreReadOrRefused) {
-  const auto seeds = test::WithCorpusSeeds({testing::MakeLit(SampleFiles())},
+  const auto seeds = test::WithCorpusSeeds({testing::MakeLit(testing::SampleLitFiles())},
                                            {"other/generated/ru_chekhov_vanka.lit", "other/generated/en_carroll_alice.lit"});
   const auto counts = test::RunMutants(seeds, 1500, test::FieldOrder::LittleEndian, 20261123,
                                        [](const std::string& mutant, const std::string& original) {

@@ -185,4 +185,45 @@ inline std::string MakeLit(const std::vector<LitFixtureFile>& files, bool encryp
   return file;
 }
 
+// A page of the sample book: a head with a title, a heading and the body text.
+inline std::string LitPage(const std::string& heading, const std::string& body) {
+  Tokens t;
+  t.Open(kHtml).Open(kHead).Open(kTitle).Text("page title").Close().Close();
+  t.Open(kBody).Open(kH1).Text(heading).Close().Text(body).Close().Close();
+  return t.str();
+}
+
+// Two pages (the second listed first by the container, the first by the package), a picture
+// that is also the cover, a style sheet; the first page links to the second.
+inline std::vector<LitFixtureFile> SampleLitFiles() {
+  Tokens body;
+  body.Open(kP).Text("See ");
+  body.Open(kA, {{0x0001, Tokens::Ref("two") + "#deep"}}).Text("the place").Close();
+  body.Text(" or ");
+  body.Open(kA, {{0x0001, Tokens::Ref("two")}}).Text("the chapter").Close();
+  body.Text(" <&> ").Close();
+  body.Open(kImg, {{0x03EC, Tokens::Ref("pic")}}, true);
+  Tokens package;
+  package.Open(kPackage).Open(kMetadata).Open(kDcMetadata);
+  package.Open(kDcTitle).Text("Tom & Jerry").Close();
+  package.Open(kDcCreator).Text("A. Writer").Close().Close().Close();
+  package.Open(kManifest);
+  package.Open(kItem, {{kId, "one"}, {kHref, Tokens::Ref("one")}, {kMediaType, "text/x-oeb1-document"}}, true);
+  package.Open(kItem, {{kId, "pic"}, {kHref, Tokens::Ref("pic")}, {kMediaType, "image/png"}}, true);
+  package.Open(kItem, {{kId, "two"}, {kHref, Tokens::Ref("two")}, {kMediaType, "text/x-oeb1-document"}}, true);
+  package.Open(kItem, {{kId, "css"}, {kHref, Tokens::Ref("css")}, {kMediaType, "text/x-oeb1-css"}}, true);
+  package.Close();
+  package.Open(kGuide).Open(kReference, {{kType, "other.ms-coverimage"}, {kHref, Tokens::Ref("pic")}}, true);
+  package.Close().Close();
+  const std::string components = ComponentList(
+      {{"two", "chapter2.html", "text/html"}, {"one", "chapter1.html", "text/html"}},
+      {{"pic", "images/cover.png", "image/png"}, {"css", "style.css", "text/css"}});
+  return {{"/manifest", components},
+          {"/meta", package.str()},
+          {"/data/one/content", LitPage("Chapter One", "") + body.str(), true},
+          {"/data/two/content", LitPage("Chapter Two", "Second page text."), true},
+          {"/data/pic", "\x89PNG picture bytes", false},
+          {"/data/css", ".em { font-style: italic }", false}};
+}
+
 }  // namespace pw::import::lit::testing

@@ -19,30 +19,18 @@ namespace fs = std::filesystem;
 using testing::MakeRb;
 using testing::PartSpec;
 using testing::PutLe;
-
-std::string LongPage() {
-  std::string page = "<HTML><BODY>";
-  for (int i = 0; i < 700; ++i) page += "<P>Paragraph " + std::to_string(i) + " of the second page.</P>\n";
-  return page + "</BODY></HTML>";
-}
-
-std::vector<PartSpec> SampleParts() {
-  return {{"book.info", "TYPE=2\r\nTITLE=The Book\r\nAUTHOR=A. Writer\r\nBODY=second.html\r\n", kInfoPart},
-          {"first.html", "<html><body bgcolor=white><p>First page.</p></body></html>", 0},
-          {"second.html", LongPage(), kCompressed},
-          {"cover.png", std::string("\x89PNG\r\n\x1A\n picture", 17), kCompressed},
-          {"second.hidx", "index bytes", 0}};
-}
+using testing::LongRbPage;
+using testing::SampleRbParts;
 
 TEST(RbContainer, PagesInOrderPicturesAndInfo) {
-  const std::string file = MakeRb(SampleParts());
+  const std::string file = MakeRb(SampleRbParts());
   RbBook book;
   ASSERT_EQ(ReadRbBook(file, book), RbError::None);
   EXPECT_EQ(book.title, "The Book");
   EXPECT_EQ(book.author, "A. Writer");
   ASSERT_EQ(book.pages.size(), 2u);
   EXPECT_EQ(book.pages[0].first, "second.html");  // the info part names it as the body
-  EXPECT_EQ(book.pages[0].second, LongPage());     // unpacked across many chunks
+  EXPECT_EQ(book.pages[0].second, LongRbPage());     // unpacked across many chunks
   EXPECT_EQ(book.pages[1].first, "first.html");
   ASSERT_EQ(book.pictures.size(), 1u);
   EXPECT_EQ(book.pictures[0].second, std::string("\x89PNG\r\n\x1A\n picture", 17));
@@ -58,7 +46,7 @@ TEST(RbContainer, PagesInOrderPicturesAndInfo) {
 }
 
 TEST(RbContainer, DamagedFilesAreRefused) {
-  const std::string good = MakeRb(SampleParts());
+  const std::string good = MakeRb(SampleRbParts());
   RbBook book;
   EXPECT_EQ(ReadRbBook("not a rocket book at all, just text long enough to be read as one", book), RbError::NotRb);
 
@@ -75,7 +63,7 @@ TEST(RbContainer, DamagedFilesAreRefused) {
   EXPECT_EQ(ReadRbBook(lying, book), RbError::Damaged);
 
   // A compressed part that claims more than the bound.
-  auto parts = SampleParts();
+  auto parts = SampleRbParts();
   std::vector<RbPart> toc;
   ASSERT_EQ(ReadRbToc(good, toc), RbError::None);
   std::string out;
@@ -109,7 +97,7 @@ TEST(RbContainer, DamagedFilesAreRefused) {
 // Mutants of the test's own book and of the real ones: read or refused, never out of bounds
 // (the sanitizer build watches), and never unpacked beyond the bound.
 TEST(RbContainer, MutantsAreReadOrRefused) {
-  const auto seeds = test::WithCorpusSeeds({MakeRb(SampleParts())},
+  const auto seeds = test::WithCorpusSeeds({MakeRb(SampleRbParts())},
                                            {"other/generated/ru_chekhov_vanka.rb", "other/generated/en_carroll_alice.rb"});
   const auto counts = test::RunMutants(seeds, 1500, test::FieldOrder::LittleEndian, 20261123,
                                        [](const std::string& mutant, const std::string&) {

@@ -70,4 +70,21 @@ inline std::string MakeRb(const std::vector<PartSpec>& parts) {
   return file;
 }
 
+// A long page (many zlib chunks when compressed) for the sample book.
+inline std::string LongRbPage() {
+  std::string page = "<HTML><BODY>";
+  for (int i = 0; i < 700; ++i) page += "<P>Paragraph " + std::to_string(i) + " of the second page.</P>\n";
+  return page + "</BODY></HTML>";
+}
+
+// A sample book: an info part naming the second page as the body, a plain and a compressed
+// page, a compressed picture and an index part.
+inline std::vector<PartSpec> SampleRbParts() {
+  return {{"book.info", "TYPE=2\r\nTITLE=The Book\r\nAUTHOR=A. Writer\r\nBODY=second.html\r\n", kInfoPart},
+          {"first.html", "<html><body bgcolor=white><p>First page.</p></body></html>", 0},
+          {"second.html", LongRbPage(), kCompressed},
+          {"cover.png", std::string("\x89PNG\r\n\x1A\n picture", 17), kCompressed},
+          {"second.hidx", "index bytes", 0}};
+}
+
 }  // namespace pw::import::rb::testing

@@ -157,9 +157,12 @@ LitError LitContainer::Section(uint64_t index, const std::string*& content) {
     content = &found->second;
     return LitError::None;
   }
-  if (index >= sectionNames_.size()) return LitError::Damaged;
+  // A section's own parts may lie in another section, but never (however indirectly) in itself.
+  if (index >= sectionNames_.size() || !unpacking_.insert(index).second) return LitError::Damaged;
   std::string unpacked;
-  if (const LitError error = UnpackSection(sectionNames_[index], unpacked); error != LitError::None) return error;
+  const LitError error = UnpackSection(sectionNames_[index], unpacked);
+  unpacking_.erase(index);
+  if (error != LitError::None) return error;
   content = &(sections_[index] = std::move(unpacked));
   return LitError::None;
 }

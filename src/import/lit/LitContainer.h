@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -55,6 +56,7 @@ class LitContainer {
   std::vector<LitEntry> entries_;
   std::vector<std::string> sectionNames_;
   std::map<uint64_t, std::string> sections_;  // unpacked sections by index
+  std::set<uint64_t> unpacking_;  // sections being unpacked: one that needs itself is damage
 };
 
 // The GUIDs of the transforms, as their 16 bytes appear in a transform list.

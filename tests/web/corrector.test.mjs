@@ -4,7 +4,7 @@ import { test, before, after } from 'node:test';
 import assert from 'node:assert/strict';
 import { writeFileSync, rmSync, existsSync } from 'node:fs';
 import { join } from 'node:path';
-import { artifacts, scratchHome, startWorkshop, launchBrowser, openPage, frame, editorHtml, menu } from './support.mjs';
+import { artifacts, scratchHome, startWorkshop, launchBrowser, openPage, frame, editorHtml, menu, bookShows } from './support.mjs';
 
 let home;
 let workshop;
@@ -80,7 +80,7 @@ test('a new rule file with an expression row and a literal row: saved, run on th
   assert.ok(existsSync(join(home, 'home', 'BookCleaner', 'Valley.bcf')));
 
   await page.click('#CleanAllB');
-  await frame(page).locator('text=It was a Still morning, 5 ₽ and the valley slept').waitFor();
+  await bookShows(page, 'It was a Still morning, 5 ₽ and the valley slept');
   assert.equal(await rows.nth(0).locator('.count').textContent(), '1');
   assert.equal(await rows.nth(1).locator('.count').textContent(), '1');
   await page.screenshot({ path: join(artifacts, 'corrector-cleanup.png') });
@@ -99,7 +99,7 @@ test('a rule file in the "before" slot runs at the next open', async () => {
   await page.click('#InputSettingsOkB');
   await page.waitForSelector('#InputSettingsF', { state: 'hidden' });
   await openBook(page, 'again.txt');
-  await frame(page).locator('text=It was a Still morning, 5 ₽ and the valley slept').waitFor();
+  await bookShows(page, 'It was a Still morning, 5 ₽ and the valley slept');
   // The Book Cleaner shows the slot.
   await menu(page, 'BookMenu', 'MnCleanUpF');
   await page.waitForSelector('#CleanUpF[open]');

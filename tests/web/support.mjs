@@ -82,3 +82,18 @@ export async function upload(page, file, marker) {
   await page.setInputFiles('#UploadBook', file);
   await frame(page).locator(`text=${marker}`).first().waitFor();
 }
+
+// Waits until the book shows `text`; when it does not, the failure says what the book, the status
+// line and any open dialog showed instead.
+export async function bookShows(page, text, timeout = 30000) {
+  try {
+    await frame(page).locator(`text=${text}`).first().waitFor({ timeout });
+  } catch (error) {
+    const seen = await page.evaluate(() => ({
+      book: document.getElementById('editor').contentDocument?.body?.innerText.slice(0, 600),
+      status: document.getElementById('status')?.textContent,
+      dialogs: [...document.querySelectorAll('dialog[open]')].map((d) => `${d.id}: ${d.innerText.slice(0, 200)}`),
+    })).catch(() => ({}));
+    throw new Error(`the book does not show "${text}": ${JSON.stringify(seen)}\n${error.message}`);
+  }
+}

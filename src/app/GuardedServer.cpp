@@ -36,9 +36,13 @@ class GrowingPool final : public httplib::TaskQueue {
     {
       std::lock_guard lock(mutex_);
       jobs_.push_back(std::move(job));
-      if (jobs_.size() > idle_) {
-        if (workers_.size() < max_) workers_.emplace_back([this] { Work(); });
-        else starved = true;
+      if (jobs_.size() > idle_ + starting_) {
+        if (workers_.size() < max_) {
+          ++starting_;
+          workers_.emplace_back([this] { Work(); });
+        } else {
+          starved = true;
+        }
       }
     }
     ready_.notify_one();
@@ -58,6 +62,7 @@ class GrowingPool final : public httplib::TaskQueue {
  private:
   void Work() {
     std::unique_lock lock(mutex_);
+    --starting_;
     for (;;) {
       ++idle_;
       ready_.wait(lock, [this] { return shut_ || !jobs_.empty(); });
@@ -65,9 +70,10 @@ class GrowingPool final : public httplib::TaskQueue {
       if (jobs_.empty()) return;  // shut, and nothing left to do
       std::function<void()> job = std::move(jobs_.front());
       jobs_.pop_front();
-      // More connections wait for a worker than are free: one more waiting connection makes
-      // room, so a burst of new connections is taken up one after the other.
-      const bool starved = jobs_.size() > idle_;
+      // Every worker is busy and more connections wait for one than are free: one more waiting
+      // connection makes room, so a burst of new connections is taken up one after the other.
+      // Workers still starting count as free, or a burst below the bound would drop connections.
+      const bool starved = workers_.size() >= max_ && jobs_.size() > idle_ + starting_;
       lock.unlock();
       if (starved) starved_();
       job();
@@ -82,6 +88,7 @@ class GrowingPool final : public httplib::TaskQueue {
   std::deque<std::function<void()>> jobs_;
   std::vector<std::thread> workers_;
   size_t idle_ = 0;
+  size_t starting_ = 0;  // started, not yet waiting for a job
   bool shut_ = false;
 };
 

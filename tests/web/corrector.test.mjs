@@ -41,12 +41,17 @@ async function openBook(page, name = 'valley.txt', text = BOOK) {
 // The element of the book holding `text` in its own text.
 const bookElement = (page, text) => frame(page).locator(`div:text-is("${text}")`).first();
 
-test('a new rule file with an expression row and a literal row: saved, run on the book, undone', { skip: 'known defect, not yet found: the expression row (\\d+) rub\\. is sometimes left unapplied while the literal row is applied' }, async () => {
+test('a new rule file with an expression row and a literal row: saved, run on the book, undone', async () => {
   const { page, context, errors } = await openPage(browser, workshop.address);
   await openBook(page);
   const before = await editorHtml(page);
   await menu(page, 'BookMenu', 'MnCleanUpF');
   await page.waitForSelector('#CleanUpF[open]');
+  // Row commands answered slowly: what is typed meanwhile must not be lost to the answer.
+  await page.route('**/api/cleanup/edit', async (route) => {
+    await new Promise((resolve) => setTimeout(resolve, 300));
+    await route.continue();
+  });
   await page.click('#NewTableB');
   assert.match(await page.textContent('#CleanUpCaption'), /^ Book Cleaner \(FOR EXPERTS ONLY\): New \(NOT SAVED\)$/);
   await page.click('#Row_addend');
@@ -91,7 +96,7 @@ test('a new rule file with an expression row and a literal row: saved, run on th
   await context.close();
 });
 
-test('a rule file in the "before" slot runs at the next open', { skip: 'known defect, not yet found: the expression row (\\d+) rub\\. is sometimes left unapplied while the literal row is applied' }, async () => {
+test('a rule file in the "before" slot runs at the next open', async () => {
   const { page, context, errors } = await openPage(browser, workshop.address);
   await menu(page, 'FileMenu', 'MnInputSettingsF');
   await page.waitForSelector('#InputSettingsF[open]');

@@ -197,11 +197,23 @@ function selectRow(tr, event) {
 body.addEventListener('input', () => { readTable(); state.changed = true; caption(); });
 body.addEventListener('change', () => { readTable(); state.changed = true; caption(); });
 
+// The table and the row buttons are disabled while a row command is on its way: the answer
+// replaces the whole table, so a value typed or a second command given meanwhile would be lost.
+function holdTable(held) {
+  for (const control of [...body.querySelectorAll('input'), ...$('RowCommands').querySelectorAll('button')]) control.disabled = held;
+}
+
 async function rowCommand(command) {
   readTable();
   const request = { command, rows: state.rows, clipboard };
   if (selected && selected.last < state.rows.length) Object.assign(request, selected);
-  const answer = await api.postJson('/api/cleanup/edit', request);
+  holdTable(true);
+  let answer;
+  try {
+    answer = await api.postJson('/api/cleanup/edit', request);
+  } finally {
+    holdTable(false);
+  }
   if (!answer.ok) { if (answer.message) message(answer.message); return; }
   state.rows = answer.rows;
   clipboard = answer.clipboard;

@@ -47,29 +47,55 @@ function body() { return frame.contentDocument?.body; }
 // The number of the server's document the frame shows.
 export function shownVersion() { return version; }
 
-// Shows the server's document `number` (a new book): the history starts anew.
-// The page's style comes with it, so the book is laid out once, as it is shown.
-export function show(number) {
+// Shows the server's document `number` (a new book): the history starts anew. The document is
+// parsed apart and put into the frame whole, with the page's style already in its head, so
+// that the browser lays the book out once, at the width and in the font it is shown in (a
+// frame navigated to the document would lay it out first without them). Pictures named
+// relatively are found beside the book through the base element.
+let showing = 0;
+export async function show(number) {
   version = number;
-  frame.src = '/book/document?v=' + number + (pageStyle ? '&style=' + encodeURIComponent(pageStyle) : '');
+  const ticket = ++showing;
+  let html;
+  try {
+    html = await (await request('/book/document?v=' + number)).text();
+  } catch {
+    if (ticket === showing) version = -1;  // the next poll tries again
+    return;
+  }
+  if (ticket !== showing) return;  // a newer document was asked for meanwhile
+  const doc = bookDocument();
+  const parsed = new DOMParser().parseFromString(html, 'text/html');
+  const base = parsed.createElement('base');
+  base.id = PAGE_BASE_ID;
+  base.href = '/book/';
+  parsed.head.prepend(base);
+  const style = parsed.createElement('style');
+  style.id = PAGE_STYLE_ID;
+  style.textContent = pageStyle;
+  parsed.head.append(style);
+  doc.replaceChild(doc.adoptNode(parsed.documentElement), doc.documentElement);
+  loaded(doc);
 }
 
-frame.addEventListener('load', () => {
-  const doc = bookDocument();
-  if (!doc || !doc.body) return;
+// Keys pressed in the book go to the page's key handler first.
+function passKey(event) { if (keyHandler) keyHandler(event); }
+
+// A new document is in the frame. The listeners are the same functions each time, so the
+// frame's document never holds two of one.
+function loaded(doc) {
   doc.designMode = 'on';
   steps = [];
   position = savedPosition = sentPosition = 0;
   burstOpen = false;
   committed = doc.body.innerHTML;
-  if (pageStyle) setPageStyle(pageStyle);
   doc.addEventListener('beforeinput', beforeInput);
   doc.addEventListener('input', afterInput);
   doc.addEventListener('mousedown', closeBurst);
-  doc.addEventListener('keydown', (event) => { if (keyHandler) keyHandler(event); });
+  doc.addEventListener('keydown', passKey);
   tell('load');
   tell('change');
-});
+}
 
 function beforeInput(event) {
   // The browser's own history knows only the typing; ours knows every step.
@@ -282,6 +308,7 @@ export function markSaved() {
 }
 
 const PAGE_STYLE_ID = 'PwPageStyle';
+const PAGE_BASE_ID = 'PwPageBase';
 let pageStyle = '';
 
 // Style rules of the page's own for the book's frame (line length, font); they are never part
@@ -300,14 +327,16 @@ export function setPageStyle(css) {
   if (element.textContent !== css) element.textContent = css;
 }
 
-// The whole document as the server reads it (without the page's own style).
+// The whole document as the server reads it: without the page's own style and base, cut out
+// of the text rather than out of the document, which would lay the whole book out again.
 export function documentHtml() {
   const doc = bookDocument();
   if (!doc || !doc.documentElement) return '';
-  const style = doc.getElementById(PAGE_STYLE_ID);
-  style?.remove();
-  const html = doc.documentElement.outerHTML;
-  if (style) doc.head.append(style);
+  let html = doc.documentElement.outerHTML;
+  for (const id of [PAGE_BASE_ID, PAGE_STYLE_ID]) {
+    const element = doc.getElementById(id);
+    if (element) html = html.replace(element.outerHTML, () => '');
+  }
   return html;
 }
 

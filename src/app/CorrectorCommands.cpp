@@ -54,15 +54,6 @@ common::CodePage BookCodePage(const std::string& name) {
   return cp;
 }
 
-// Reads the input and writes the transformed text to the output, never over the input.
-int Transform(const CorrectorOptions& options, const std::function<std::string(const std::string&)>& work) {
-  if (SameFile(options.input, options.output)) return Fail("the output would overwrite the input");
-  std::string text;
-  if (!common::ReadWholeFile(options.input, text)) return Fail("cannot read " + options.input);
-  if (!common::WriteFileAtomic(options.output, work(text))) return Fail("cannot write " + options.output);
-  return 0;
-}
-
 int Clean(const CorrectorOptions& options) {
   corrector::CleanUpTable table;
   std::string error;

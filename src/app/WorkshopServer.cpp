@@ -350,13 +350,7 @@ void WorkshopServer::Routes() {
     const std::string name = request.matches[1];
     const auto snapshot = editor_.Current();
     if (name == "document") {
-      // The page's own style rules for its frame come with the document, so that the browser
-      // lays the book out once, at the width and in the font it is shown in.
-      std::string style = request.get_param_value("style");
-      std::erase(style, '<');
-      response.set_content(style.empty() ? snapshot.html
-                                         : markup::InsertBeforeBody(snapshot.html, "<style id=\"PwPageStyle\">" + style + "</style>"),
-                           "text/html; charset=utf-8");
+      response.set_content(snapshot.html, "text/html; charset=utf-8");
       response.set_header("Cache-Control", "no-store");
       return;
     }

@@ -108,15 +108,4 @@ size_t FindTagIgnoringCase(std::string_view text, std::string_view lowerTag, siz
   return std::string_view::npos;
 }
 
-std::string InsertBeforeBody(std::string_view document, std::string_view element) {
-  size_t at = FindTagIgnoringCase(document, "<body");
-  if (at == std::string_view::npos) at = 0;
-  std::string out;
-  out.reserve(document.size() + element.size());
-  out.append(document.substr(0, at));
-  out.append(element);
-  out.append(document.substr(at));
-  return out;
-}
-
 }  // namespace pw::markup

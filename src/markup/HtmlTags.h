@@ -42,9 +42,6 @@ size_t ElementStart(std::string_view text, size_t close);
 // npos when there is none.
 size_t FindTagIgnoringCase(std::string_view text, std::string_view lowerTag, size_t from = 0);
 
-// `document` with `element` (a whole element, such as a style element) placed just before the
-// body's opening tag, or at the start of a document without one.
-std::string InsertBeforeBody(std::string_view document, std::string_view element);
 
 // True for space, tab, CR and LF.
 inline bool IsBlankByte(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }

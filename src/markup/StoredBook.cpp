@@ -219,20 +219,19 @@ bool ReadBlocks(std::string_view bytes, size_t& pos, std::string& document, std:
 }  // namespace
 
 std::string CleanHeaderValue(std::string_view value) {
+  // The markers and brackets go first and the blanks at the ends last, so that what a removed
+  // character held apart (a line end, a blank at an end) is cleaned too: a value cleaned once
+  // reads back as it was written.
   std::string out;
-  const std::string_view trimmed = common::Trim(value);
-  out.reserve(trimmed.size());
-  for (size_t i = 0; i < trimmed.size(); ++i) {
-    const char c = trimmed[i];
+  out.reserve(value.size());
+  for (const char c : value) {
     if (c == kFieldOpen || c == kFieldClose || c == '<' || c == '>') continue;
-    if (c == '\r' && i + 1 < trimmed.size() && trimmed[i + 1] == '\n') {
-      out += '\n';
-      ++i;
-      continue;
+    if (c == '\n') {
+      while (!out.empty() && out.back() == '\r') out.pop_back();  // CR LF (and CR CR LF) is one line end
     }
     out += c;
   }
-  return out;
+  return std::string(common::Trim(out));
 }
 
 std::string MakeStoredBookHeader(const StoredBookHeader& header, bool compressed) {

@@ -1,5 +1,6 @@
 #include "app/GuardedServer.h"
 #include "app/RequestHead.h"
+#include "app/RunningWorkshop.h"
 #include "app/WorkshopServer.h"
 
 #include <arpa/inet.h>
@@ -266,72 +267,30 @@ TEST(GuardedServer, KeptAliveAndPipelinedRequestsAreEachServed) {
 // at the next start.
 TEST(GuardedServer, WorkshopUnderSlowConnectionsAnswersThePageAndKeepsItsEdit) {
   pw::test::ScratchFolder folder;
-  const fs::path source = folder / "walk.txt";
-  ASSERT_TRUE(common::WriteFileAtomic(source, "Ann Lee\n\nA Walk\n\nThe road went on.\n"));
-  WorkshopOptions options;
-  options.home = (folder / "home").string();
-  options.openBrowser = false;
-  options.idleLimit = std::chrono::seconds(3);
+  const auto options = pw::test::WorkshopTestOptions(folder / "home", std::chrono::seconds(3));
   {
-    WorkshopServer server(options);
-    ASSERT_TRUE(server.Start());
-    std::thread serving([&server] { server.Serve(); });
-    httplib::Client client("127.0.0.1", server.port());
-    client.set_default_headers({{"X-Pagewright-Secret", server.secret()}});
-    while (!client.Get("/api/state")) std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    {
-      SlowClients slow(server.port(), 24);
-      auto timed = [](auto&& request) {
-        const auto start = Clock::now();
-        auto answer = request();
-        EXPECT_LT(Clock::now() - start, std::chrono::milliseconds(1500));
-        return answer;
-      };
-      const auto opened = timed([&] { return client.Post("/api/open", json{{"path", source.string()}}.dump(), "application/json"); });
-      ASSERT_TRUE(opened) << httplib::to_string(opened.error());
-      ASSERT_EQ(json::parse(opened->body)["ok"], true);
-      std::string document = timed([&] { return client.Get("/book/document"); })->body;
-      document.replace(document.find("The road went on."), 17, "The road went on and on.");
-      const auto posted = timed([&] { return client.Post("/api/document?changed=1", document, "text/html"); });
-      ASSERT_TRUE(posted);
-      EXPECT_EQ(posted->status, 200);
-      serving.join();  // the slow connections do not keep the workshop alive; it ends, saving first
-    }
+    pw::test::RunningWorkshop workshop(options);
+    httplib::Client client = workshop.Client();
+    SlowClients slow(workshop.server->port(), 24);
+    ASSERT_TRUE(pw::test::OpenAndEditWalk(client, folder / "walk.txt", "The road went on and on.", std::chrono::milliseconds(1500)));
+    workshop.WaitForEnd();  // the slow connections do not keep the workshop alive; it ends, saving first
   }
-  options.idleLimit = std::chrono::seconds(60);
-  WorkshopServer again(options);
-  ASSERT_TRUE(again.Start());
-  EXPECT_NE(again.editor().Current().html.find("The road went on and on."), std::string::npos);
-  again.shell().Exit();
+  EXPECT_NE(pw::test::BookAtNextStart(options).html.find("The road went on and on."), std::string::npos);
 }
 
 // An edit that arrives while the workshop is already ending (after the idle end looked, before
 // the server stopped) is saved rather than dropped with the scratch folder.
 TEST(GuardedServer, WorkshopStoppedWithAnUnsavedEditKeepsIt) {
   pw::test::ScratchFolder folder;
-  const fs::path source = folder / "walk.txt";
-  ASSERT_TRUE(common::WriteFileAtomic(source, "Ann Lee\n\nA Walk\n\nThe road went on.\n"));
-  WorkshopOptions options;
-  options.home = (folder / "home").string();
-  options.openBrowser = false;
-  options.idleLimit = std::chrono::seconds(60);
+  const auto options = pw::test::WorkshopTestOptions(folder / "home", std::chrono::seconds(60));
   {
-    WorkshopServer server(options);
-    ASSERT_TRUE(server.Start());
-    std::thread serving([&server] { server.Serve(); });
-    httplib::Client client("127.0.0.1", server.port());
-    client.set_default_headers({{"X-Pagewright-Secret", server.secret()}});
-    ASSERT_EQ(json::parse(client.Post("/api/open", json{{"path", source.string()}}.dump(), "application/json")->body)["ok"], true);
-    std::string document = client.Get("/book/document")->body;
-    document.replace(document.find("The road went on."), 17, "The road turned.");
-    ASSERT_EQ(client.Post("/api/document?changed=1", document, "text/html")->status, 200);
-    server.Stop();
-    serving.join();
+    pw::test::RunningWorkshop workshop(options);
+    httplib::Client client = workshop.Client();
+    ASSERT_TRUE(pw::test::OpenAndEditWalk(client, folder / "walk.txt", "The road turned."));
+    workshop.server->Stop();
+    workshop.WaitForEnd();
   }
-  WorkshopServer again(options);
-  ASSERT_TRUE(again.Start());
-  EXPECT_NE(again.editor().Current().html.find("The road turned."), std::string::npos);
-  again.shell().Exit();
+  EXPECT_NE(pw::test::BookAtNextStart(options).html.find("The road turned."), std::string::npos);
 }
 
 }  // namespace

@@ -152,6 +152,13 @@ TEST(StoredBook, LyingLayoutTrailerIsRefused) {
 
 TEST(StoredBook, HeaderFieldRules) {
   EXPECT_EQ(CleanHeaderValue("  line one\r\nline <two>\x03\x04  "), "line one\nline two");
+  // What a removed character held apart is cleaned as well, so a cleaned value stays as it is.
+  for (const std::string_view value : {"\x03 a \x04", "a\r<\n>b", "a\r\r\nb", "<\r\n>a", " \x03\r\n"}) {
+    const std::string once = CleanHeaderValue(value);
+    EXPECT_EQ(CleanHeaderValue(once), once) << value;
+  }
+  EXPECT_EQ(CleanHeaderValue("\x03 a \x04"), "a");
+  EXPECT_EQ(CleanHeaderValue("a\r<\n>b"), "a\nb");
   StoredBookHeader header;
   header[HeaderField::Annotation] = "first\r\nsecond";
   header[HeaderField::Author] = "Пушкин";

@@ -1,19 +1,12 @@
 // Browser test of UnRarF: an archive holding several books lists its files with the hint, and a
 // click on a book's name opens that book.
-import { test, before, after } from 'node:test';
+import { test } from 'node:test';
 import assert from 'node:assert/strict';
-import { writeFileSync, rmSync } from 'node:fs';
+import { writeFileSync } from 'node:fs';
 import { join } from 'node:path';
-import { scratchHome, startWorkshop, launchBrowser, openPage, frame, menu, artifacts } from './support.mjs';
+import { scratchHome, startWorkshop, openPage, frame, menu, artifacts, sharedBrowser } from './support.mjs';
 
-let browser;
-const homes = [];
-
-before(async () => { browser = await launchBrowser(); });
-after(async () => {
-  await browser?.close();
-  for (const home of homes) rmSync(home, { recursive: true, force: true });
-});
+const { browser, homes } = await sharedBrowser();
 
 function crc32(bytes) {
   let crc = 0xFFFFFFFF;

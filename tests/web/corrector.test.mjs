@@ -1,31 +1,16 @@
 // Browser tests of the corrector in the workshop: the Book Cleaner, the paragraph lists,
 // hyphenation, the corrector palette, the import settings and the settings dialog.
-import { test, before, after } from 'node:test';
+import { test } from 'node:test';
 import assert from 'node:assert/strict';
-import { writeFileSync, rmSync, existsSync } from 'node:fs';
+import { writeFileSync, existsSync } from 'node:fs';
 import { join } from 'node:path';
-import { artifacts, scratchHome, startWorkshop, launchBrowser, openPage, frame, editorHtml, menu, bookShows } from './support.mjs';
+import { artifacts, openPage, frame, editorHtml, menu, bookShows, sharedWorkshop } from './support.mjs';
 
-let home;
-let workshop;
-let browser;
+const { browser, home, workshop } = await sharedWorkshop();
 
 const BOOK = 'Anna Lee\n\nA Quiet Valley\n\nChapter One\n\nIt was a quiet morning, 5 rub. and the valley slept\n\n' +
   'in the mist that came down from the hills.\n\nShe said nothing at all.\n\nChapter Two\n\n' +
   'Beware the quiet road.\n\nThe road went on and on through the extraordinary countryside.\n';
-
-before(async () => {
-  home = scratchHome();
-  workshop = await startWorkshop(home);
-  browser = await launchBrowser();
-});
-
-after(async () => {
-  await browser?.close();
-  workshop?.process.kill();
-  await workshop?.ended;
-  rmSync(home, { recursive: true, force: true });
-});
 
 // Uploads a book; the changes of the book before are dropped when the page asks.
 async function openBook(page, name = 'valley.txt', text = BOOK) {

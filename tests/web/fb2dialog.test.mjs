@@ -2,32 +2,19 @@
 // list, a sequence, an annotation and a cover; the file made past the notes question, checked
 // against the schemas and field by field; the description kept over a restart of the workshop,
 // loaded from another FB2 file, shown read-only and carried into the stored-book form.
-import { test, before, after } from 'node:test';
+import { test } from 'node:test';
 import assert from 'node:assert/strict';
-import { writeFileSync, readFileSync, existsSync, rmSync } from 'node:fs';
+import { writeFileSync, readFileSync, existsSync } from 'node:fs';
 import { join, resolve } from 'node:path';
-import { scratchHome, startWorkshop, launchBrowser, openPage, frame, menu, upload, selectParagraph, artifacts, program } from './support.mjs';
+import { openPage, frame, menu, upload, selectParagraph, artifacts, program, sharedWorkshop } from './support.mjs';
 import { assertValidFb2 } from './fb2-valid.mjs';
 
 const corpusFb2 = resolve(import.meta.dirname, '..', '..', '..', 'shared', 'corpus', 'fb2', 'fixture_pandoc_reader_meta.fb2');
 // A 2 by 3 pixel PNG.
 const PNG = Buffer.from('iVBORw0KGgoAAAANSUhEUgAAAAIAAAADCAIAAAA2iEnWAAAAEElEQVR4nGP438AARAwoFABkUAj7XH75jwAAAABJRU5ErkJggg==', 'base64');
 
-let browser;
-let home;
-let workshop;
-
-before(async () => {
-  browser = await launchBrowser();
-  home = scratchHome();
-  workshop = await startWorkshop(home);
-});
-after(async () => {
-  await browser?.close();
-  workshop?.process.kill();
-  await workshop?.ended;
-  rmSync(home, { recursive: true, force: true });
-});
+const session = await sharedWorkshop();
+const { browser, home } = session;
 
 async function openForm(page) {
   await menu(page, 'FileMenu', 'MnMakeFictionBookFile');
@@ -55,7 +42,7 @@ test('a description filled in the form makes a valid FB2 and lives with the book
   const book = join(home, 'letters.txt');
   writeFileSync(book, 'Vincent van Gogh\n\nLetters Home\n\nThe fields were yellow that year, and the sky was wide.\n\n' +
     'We walked to the river every evening.\n');
-  let { page, context, errors } = await openPage(browser, workshop.address);
+  let { page, context, errors } = await openPage(browser, session.workshop.address);
   await upload(page, book, 'The fields were yellow');
   // The first two lines marked as the book's author and title, as a user does.
   for (const [text, operation, id] of [['Vincent van Gogh', 'bookauthor', 'BookAuthor'], ['Letters Home', 'booktitle', 'BookTitle']]) {
@@ -189,10 +176,8 @@ test('a description filled in the form makes a valid FB2 and lives with the book
   await menu(page, 'FileMenu', 'MnSave');
   await page.locator('#status', { hasText: 'Saved:' }).waitFor();
   await context.close();
-  workshop.process.kill();
-  await workshop.ended;
-  workshop = await startWorkshop(home);
-  ({ page, context, errors } = await openPage(browser, workshop.address));
+  await session.restart();
+  ({ page, context, errors } = await openPage(browser, session.workshop.address));
   await frame(page).locator('text=The fields were yellow').waitFor();
   await openForm(page);
   assert.equal(await page.inputValue('#b_last_2'), 'Lee');

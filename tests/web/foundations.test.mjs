@@ -1,20 +1,12 @@
 // Browser tests of the workshop's foundations: work kept across two runs, one history for
 // every change, moving elements, find and replace, the end of the workshop.
-import { test, before, after } from 'node:test';
+import { test } from 'node:test';
 import assert from 'node:assert/strict';
-import { writeFileSync, rmSync } from 'node:fs';
+import { writeFileSync } from 'node:fs';
 import { join } from 'node:path';
-import { scratchHome, startWorkshop, launchBrowser, openPage, frame, editorHtml, menu, selectParagraph, caretIn,
-         upload, artifacts } from './support.mjs';
+import { scratchHome, startWorkshop, openPage, frame, editorHtml, menu, selectParagraph, caretIn, artifacts, sharedBrowser } from './support.mjs';
 
-let browser;
-const homes = [];
-
-before(async () => { browser = await launchBrowser(); });
-after(async () => {
-  await browser?.close();
-  for (const home of homes) rmSync(home, { recursive: true, force: true });
-});
+const { browser, homes } = await sharedBrowser();
 
 const STORY = 'Ann Lee\n\nA Short Walk\n\nChapter One\n\nIt was a quiet morning in the valley.\n\n' +
               'She said nothing at all.\n\nChapter Two\n\nThe road went on.\n\nChapter Three\n\nThe end came.\n\n' +

@@ -60,6 +60,7 @@ test('a whole book read in pages keeps its place and its settings', { timeout: 1
 
   // Pages: a page turn never cuts a line, the label stays on one line.
   await page.selectOption('#ReaderGeometry', 'pocket book');
+  await settled(page);
   assert.equal(await pageLabel(page), '- 1 -');
   const labelBox = await page.locator('#PageLabel').boundingBox();
   const lineHigh = await page.locator('#PageLabel').evaluate((el) => parseFloat(getComputedStyle(el).lineHeight) || 20);

@@ -1,27 +1,12 @@
 // The whole page in Russian: every menu, the toolbar and every form, with no English text
 // left; the language is kept in the settings and the page starts in it next time.
-import { test, before, after } from 'node:test';
+import { test } from 'node:test';
 import assert from 'node:assert/strict';
-import { writeFileSync, rmSync } from 'node:fs';
+import { writeFileSync } from 'node:fs';
 import { join } from 'node:path';
-import { scratchHome, startWorkshop, launchBrowser, openPage, frame, menu, upload, artifacts } from './support.mjs';
+import { openPage, frame, menu, upload, artifacts, sharedWorkshop } from './support.mjs';
 
-let browser;
-let home;
-let workshop;
-
-before(async () => {
-  browser = await launchBrowser();
-  home = scratchHome();
-  workshop = await startWorkshop(home);
-});
-after(async () => {
-  await browser?.close();
-  // The workshop saves on its way out: the folder goes once it has ended.
-  workshop?.process.kill();
-  await workshop?.ended;
-  rmSync(home, { recursive: true, force: true });
-});
+const { browser, home, workshop } = await sharedWorkshop();
 
 // Words that stay as they are in a Russian interface: names of formats, keys, encodings, the
 // program's name and the sample values of fields.

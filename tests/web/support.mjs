@@ -2,9 +2,10 @@
 // and the moves a user makes in the page.
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
-import { mkdtempSync, mkdirSync } from 'node:fs';
+import { mkdtempSync, mkdirSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
+import { after } from 'node:test';
 import { chromium } from 'playwright-core';
 
 export const program = process.env.PAGEWRIGHT;
@@ -39,6 +40,39 @@ function exited(child) {
 
 export function launchBrowser() {
   return chromium.launch({ executablePath: process.env.CHROMIUM || '/usr/bin/chromium', headless: true, args: ['--no-sandbox'] });
+}
+
+// A browser for the tests of one file, and the scratch homes they make (push each on `homes`):
+// the browser is closed and the homes removed after the last test.
+export async function sharedBrowser() {
+  const session = { browser: await launchBrowser(), homes: [] };
+  after(async () => {
+    await session.browser.close();
+    for (const home of session.homes) rmSync(home, { recursive: true, force: true });
+  });
+  return session;
+}
+
+// A browser and one workshop in a scratch home for the tests of one file; `restart()` ends the
+// workshop and starts it again on the same home. After the last test the workshop ends (it
+// saves on its way out, so the home goes only once it has ended).
+export async function sharedWorkshop() {
+  const session = { browser: await launchBrowser(), home: scratchHome(), workshop: null };
+  const end = async () => {
+    session.workshop?.process.kill();
+    await session.workshop?.ended;
+  };
+  session.restart = async () => {
+    await end();
+    session.workshop = await startWorkshop(session.home);
+  };
+  after(async () => {
+    await session.browser.close();
+    await end();
+    rmSync(session.home, { recursive: true, force: true });
+  });
+  await session.restart();
+  return session;
 }
 
 // A page on the workshop whose script errors fail the test.

@@ -32,14 +32,15 @@ std::string DecodePercents(std::string_view text) {
   return out;
 }
 
-bool HasPictureExtension(const fs::path& file) {
-  const std::string extension = LowerExtension(file);
+bool HasPictureExtension(const fs::path& file) { return IsPictureExtension(LowerExtension(file)); }
+
+}  // namespace
+
+bool IsPictureExtension(std::string_view extension) {
   for (const std::string_view known : kPictureExtensions)
     if (extension == known) return true;
   return false;
 }
-
-}  // namespace
 
 bool IsRelativeReference(std::string_view reference) {
   reference = Trim(reference);

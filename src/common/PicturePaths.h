@@ -12,6 +12,10 @@ namespace pw::common {
 // Largest picture file read for a book.
 inline constexpr uintmax_t kLargestPictureFile = 64u << 20;
 
+// True for the lower-case extension, without its dot, of a picture file the program reads
+// ("jpg", "png", ...).
+bool IsPictureExtension(std::string_view extension);
+
 // True for a reference that can only name a file beside the page: no scheme ("http:",
 // "file:"), no drive, not absolute, not "data:", not a fragment.
 bool IsRelativeReference(std::string_view reference);

@@ -1,6 +1,8 @@
 #include "shell/ContainerInput.h"
 
 #include "common/Files.h"
+#include "common/Limits.h"
+#include "common/PicturePaths.h"
 #include "common/Text.h"
 #include "common/Utf8.h"
 #include "import/Charset.h"
@@ -140,9 +142,14 @@ bool ConvertLitBook(ConvertJob& job) {
   const import::lit::LitError error = common::ReadWholeFile(job.input, file)
                                           ? import::lit::ReadLitBook(file, book, session.progress)
                                           : import::lit::LitError::NotLit;
+  const size_t fileSize = file.size();
   file.clear();
   if (error == import::lit::LitError::Protected) {
     session.messages.Show(common::Msg::LitProtected, job.sourceName);
+    return false;
+  }
+  if (error == import::lit::LitError::TooLarge) {
+    session.messages.Show(common::Msg::BookTooLarge, std::to_string(common::Megabytes(common::BookSizeLimit(fileSize))));
     return false;
   }
   if (error != import::lit::LitError::None) {
@@ -156,15 +163,15 @@ bool ConvertLitBook(ConvertJob& job) {
     common::MakeFolderIfMissing((scratch.path() / inside).parent_path());
     common::WriteFileAtomic(scratch.path() / inside, bytes);
     if (path == book.coverPath) {
+      // The extension is one of the known pictures', never one the book makes up.
       const std::string extension = common::LowerExtension(inside);
-      common::WriteFileAtomic(job.bookFolder / ("CoverPicture." + (extension.empty() ? std::string("jpg") : extension)),
+      common::WriteFileAtomic(job.bookFolder / ("CoverPicture." + (common::IsPictureExtension(extension) ? extension : "jpg")),
                               bytes);
     }
   }
-  for (const auto& [path, text] : book.styles) {
-    const fs::path inside = InsidePath(path);
-    if (!inside.empty()) common::WriteFileAtomic(job.bookFolder / inside.filename(), text);
-  }
+  // The reader names the style sheets itself, so they never stand in for the workshop's own
+  // files beside the book.
+  for (const auto& [name, text] : book.styles) common::WriteFileAtomic(job.bookFolder / name, text);
   std::string author = book.author;
   if (IsPlaceholderAuthor(author)) author.clear();
   const bool ok = ConvertHtmlPages(book.html, scratch.path(), job, "lit", author, book.title);

@@ -14,7 +14,9 @@ namespace pw::shell {
 bool ConvertRbBook(ConvertJob& job);
 
 // lit: the text components combined in manifest order through the HTML converter, with the
-// pictures, the style sheets and the cover ("CoverPicture." + extension) in the book folder.
+// pictures, the style sheets (under the reader's own names, "LitStyle1.css", ...) and the cover
+// ("CoverPicture." + a picture's extension) in the book folder. A book that would grow past
+// its size bound gets the "book too large" message.
 bool ConvertLitBook(ConvertJob& job);
 
 // Puts the book author and title lines (plain text, escaped here) at the head of an html0

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "common/Files.h"
+#include "common/Limits.h"
 #include "common/Text.h"
 #include "import/lit/LitMarkup.h"
 #include "LitTestSupport.h"
@@ -17,6 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::LitFixtureFile;
+using testing::LzxWriter;
 using testing::Tokens;
 
 TEST(LitBook, ComponentsCombinedInPackageOrderWithLinksIntoTheWhole) {
@@ -98,6 +100,77 @@ TEST(LitBook, MutantsAreReadOrRefused) {
   EXPECT_GT(counts.refused, 50u);
 }
 
+// A package that lists its components over and over names each of them once: the book is
+// what it would be with every component listed a single time.
+TEST(LitBook, RepeatedListingsOfAComponentAreReadOnce) {
+  auto files = testing::SampleLitFiles();
+  std::vector<testing::PackageItem> items;
+  for (int round = 0; round < 300; ++round) {
+    items.push_back({"one", "one", "text/x-oeb1-document"});
+    items.push_back({"pic", "pic", "image/png"});
+    items.push_back({"css", "css", "text/x-oeb1-css"});
+  }
+  items.push_back({"two", "two", "text/x-oeb1-document"});
+  files[1].bytes = testing::PackageOf(items);
+  LitBook book;
+  ASSERT_EQ(ReadLitBook(testing::MakeLit(files), book, common::NoProgress()), LitError::None);
+  EXPECT_EQ(book.manifest.size(), 901u);
+  EXPECT_EQ(common::CountOccurrences(book.html, "Chapter One"), 1u);
+  EXPECT_EQ(common::CountOccurrences(book.html, "Chapter Two"), 1u);
+  EXPECT_EQ(common::CountOccurrences(book.html, "<A name=\"LitPart"), 2u);
+  EXPECT_EQ(common::CountOccurrences(book.html, ".em { font-style: italic }"), 1u);
+  EXPECT_NE(book.html.find("<a href=\"#LitPart2\">the chapter</a>"), std::string::npos) << book.html;
+  EXPECT_EQ(book.pictures.size(), 1u);
+  EXPECT_EQ(book.styles.size(), 1u);
+}
+
+// Many names for the same bytes make a book no larger than its file could honestly hold: the
+// text, the pictures and the style sheets together stay within the size bound.
+TEST(LitBook, CombinedBookStaysWithinTheSizeBound) {
+  constexpr size_t kPage = 100000;
+  const std::string fits = testing::MakeLit(testing::OnePageUnderManyNames(100, kPage));
+  const std::string past = testing::MakeLit(testing::OnePageUnderManyNames(200, kPage));
+  ASSERT_LT(past.size(), size_t{1} << 20);
+  ASSERT_EQ(common::BookSizeLimit(past.size()), common::kSmallestBookLimit);
+  LitBook book;
+  ASSERT_EQ(ReadLitBook(fits, book, common::NoProgress()), LitError::None);
+  EXPECT_EQ(common::CountOccurrences(book.html, "The page"), 100u);  // distinct names are distinct parts
+  EXPECT_GT(book.html.size(), 100 * kPage);
+  EXPECT_EQ(ReadLitBook(past, book, common::NoProgress()), LitError::TooLarge);
+  EXPECT_TRUE(book.html.empty());
+}
+
+// A style sheet goes beside the book under a name of the reader's choosing whatever the book
+// calls it, and the page's links to it, from its head or its text, follow.
+TEST(LitBook, StyleSheetsTakeTheReadersNamesAndTheLinksFollow) {
+  LitBook book;
+  ASSERT_EQ(ReadLitBook(testing::MakeLit(testing::BookNamingTheWorkshopsFiles()), book, common::NoProgress()),
+            LitError::None);
+  ASSERT_EQ(book.styles.size(), 4u);
+  EXPECT_EQ(book.styles[0], (std::pair<std::string, std::string>{"LitStyle1.css", ".a { font-weight: bold }"}));
+  EXPECT_EQ(book.styles[1].first, "LitStyle2.css");
+  EXPECT_EQ(book.styles[2].first, "LitStyle3.css");
+  EXPECT_EQ(book.styles[3].first, "LitStyle4.css");
+  EXPECT_NE(book.html.find("<link href=\"LitStyle1.css\" rel=\"stylesheet\">"), std::string::npos) << book.html;
+  EXPECT_NE(book.html.find("<a href=\"LitStyle2.css#top\">a link</a>"), std::string::npos) << book.html;
+  EXPECT_EQ(book.html.find("Description.fb2"), std::string::npos);
+  EXPECT_EQ(book.html.find("cover.jpg"), std::string::npos);
+  EXPECT_NE(book.html.find(".d { color: blue }"), std::string::npos);  // the sheets still style the page
+}
+
+// Links are rewritten in one pass: to a part's start or the link's own anchor, to a sheet's new
+// name with its anchor kept, and left alone when they lead elsewhere or are too long to be a
+// component's.
+TEST(LitBook, LinksLeadIntoTheCombinedBook) {
+  const LinkTargets targets{{"a.html", {"#LitPart1", true}}, {"s.css", {"LitStyle1.css", false}}};
+  const std::string longName(101, 'x');
+  const std::string html = "<a href=\"a.html\">1</a><a href=\"a.html#n\">2</a><link href=\"s.css\"><a href=\"s.css#q\">3</a>"
+                           "<a href=\"b.html\">4</a><a href=\"#own\">5</a><a href=\"" + longName + "\">6</a><a href=\"open";
+  EXPECT_EQ(RewriteLinks(html, targets),
+            "<a href=\"#LitPart1\">1</a><a href=\"#n\">2</a><link href=\"LitStyle1.css\"><a href=\"LitStyle1.css#q\">3</a>"
+            "<a href=\"b.html\">4</a><a href=\"#own\">5</a><a href=\"" + longName + "\">6</a><a href=\"open");
+}
+
 TEST(LitMarkup, TokensBecomeMarkup) {
   std::string out;
   Tokens t;
@@ -115,6 +188,57 @@ TEST(LitMarkup, TokensBecomeMarkup) {
   // A stream that ends inside an element closes it.
   ASSERT_TRUE(DecodeLitMarkup(Tokens().Open(testing::kI).Text("open").str(), MarkupKind::Html, {}, out));
   EXPECT_EQ(out, "<i>open</i>");
+}
+
+// Several section names whose storage is the same packed bytes, each unpacking to most of
+// the size bound: the first is unpacked, a repeat of its own name shares it, and the next name
+// would pass what all sections together may unpack to.
+TEST(LitContainer, AllSectionsTogetherStayWithinTheSizeBound) {
+  constexpr uint64_t kInterval = uint64_t{2} << 20;
+  constexpr uint64_t kUnpacked = 6 * kInterval;
+  LzxWriter writer(15);
+  writer.Header();
+  writer.Verbatim(std::string(kInterval, 'a'));  // every reset starts the same stream again
+  std::vector<LitFixtureFile> files{{"::DataSpace/NameList",
+                                     testing::SectionNameList({"Uncompressed", "MSCompressed", "Again", "MSCompressed"})}};
+  for (const LitFixtureFile& part : testing::LzxSectionFiles("MSCompressed", writer.bytes(), kUnpacked)) {
+    files.push_back(part);
+    std::string again = part.name;
+    again.replace(again.find("MSCompressed"), 12, "Again");
+    files.push_back({again, "", false, part.name});
+  }
+  files.push_back({"/data/a", std::string(100, 'a'), false, "", 1});
+  files.push_back({"/data/b", std::string(100, 'a'), false, "", 2});
+  files.push_back({"/data/c", std::string(100, 'a'), false, "", 3});
+  const std::string file = testing::MakeLit(files);
+  ASSERT_LT(file.size(), size_t{1} << 20);
+  ASSERT_GT(2 * kUnpacked, common::BookSizeLimit(file.size()));
+  LitContainer container;
+  ASSERT_EQ(container.Open(file), LitError::None);
+  std::string content;
+  ASSERT_EQ(container.Read("/data/a", content), LitError::None);
+  EXPECT_EQ(content, std::string(100, 'a'));
+  EXPECT_EQ(container.Read("/data/c", content), LitError::None);  // the same name: unpacked once
+  EXPECT_EQ(container.Read("/data/b", content), LitError::TooLarge);
+  EXPECT_EQ(container.Read("/data/b", content), LitError::TooLarge);  // and so it stays
+  EXPECT_EQ(container.Read("/data/a", content), LitError::None);
+}
+
+// A section that says it unpacks past the size bound is refused before anything is set aside
+// for it, however little it holds.
+TEST(LitContainer, SectionDeclaredPastTheSizeBoundIsTooLarge) {
+  LzxWriter writer(15);
+  writer.Header();
+  writer.Stored("a few bytes");
+  for (const uint64_t declared : {uint64_t{100} << 20, uint64_t{600} << 20}) {
+    std::vector<LitFixtureFile> files = testing::LzxSectionFiles("MSCompressed", writer.bytes(), declared, 1u << 20);
+    files.push_back({"/data/a", "a few", false, "", 1});
+    const std::string file = testing::MakeLit(files);
+    LitContainer container;
+    ASSERT_EQ(container.Open(file), LitError::None);
+    std::string content;
+    EXPECT_EQ(container.Read("/data/a", content), LitError::TooLarge) << declared;
+  }
 }
 
 TEST(LitContainer, CorpusBooksOpen) {

@@ -98,6 +98,30 @@ TEST(Lzx, ResetsStartAgainWhereTheTableSays) {
   EXPECT_TRUE(out.empty());
 }
 
+// A stream's declared length is a bound, not an allocation: a stream that says it unpacks to
+// 512 MiB and ends after a few frames has set aside about what it produced. (A failed
+// decode empties the output and keeps its capacity, which shows what was taken.)
+TEST(Lzx, OutputGrowsAsItIsDecodedNotAsDeclared) {
+  const std::string text = SampleText(3 * kLzxFrameBytes, 9);
+  LzxWriter writer(15);
+  writer.Header();
+  writer.Verbatim(text);
+  for (const std::string& stream : {writer.bytes(), writer.bytes().substr(0, 40)}) {
+    std::string out;
+    EXPECT_FALSE(LzxDecompress(StreamOf(stream, 15, size_t{512} << 20), out));
+    EXPECT_TRUE(out.empty());
+    EXPECT_LE(out.capacity(), size_t{4} << 20);
+  }
+  // What is declared and there comes out whole, grown frame by frame.
+  const std::string longer = SampleText(40 * kLzxFrameBytes + 123, 10);
+  LzxWriter whole(17);
+  whole.Header();
+  whole.Verbatim(longer);
+  std::string out;
+  ASSERT_TRUE(LzxDecompress(StreamOf(whole.bytes(), 17, longer.size()), out));
+  EXPECT_EQ(out, longer);
+}
+
 TEST(Lzx, DamagedStreamsAreRefusedWithinTheirBounds) {
   const std::string text = SampleText(40000, 5);
   LzxWriter writer(15);

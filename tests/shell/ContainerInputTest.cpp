@@ -4,11 +4,13 @@
 #include <unicode/uchar.h>
 
 #include <algorithm>
+#include <set>
 
 #include "common/CodePage.h"
 #include "common/Files.h"
 #include "common/Utf8.h"
 #include "import/HtmlToBook.h"
+#include "import/LitTestSupport.h"
 #include "markup/BookMarkup.h"
 #include "support/TestSupport.h"
 
@@ -117,8 +119,9 @@ TEST(ContainerInput, LitStatusTextsInOrder) {
     at = std::find(at, out.statuses.end(), status);
     EXPECT_NE(at, out.statuses.end()) << status;
   }
-  // The style sheets are copied beside the book.
-  EXPECT_TRUE(fs::exists(folder / "stylesheet.css"));
+  // The style sheets are copied beside the book, under the reader's own names.
+  EXPECT_TRUE(fs::exists(folder / "LitStyle1.css"));
+  EXPECT_FALSE(fs::exists(folder / "stylesheet.css"));
 }
 
 TEST(ContainerInput, DamagedContainersGetTheirFormatsMessage) {
@@ -141,6 +144,48 @@ TEST(ContainerInput, DamagedContainersGetTheirFormatsMessage) {
     EXPECT_EQ(out.shown, std::vector<std::string>{c.message});
     EXPECT_FALSE(fs::exists(folder / "book.html0"));
   }
+}
+
+// A lit book whose style sheets are called after the workshop's own files beside a book, and
+// whose cover has an extension of its choosing, leaves those files as they were: the sheets
+// get the reader's names and the cover a picture's extension.
+TEST(ContainerInput, LitBookCannotPlantFilesBesideItself) {
+  test::ScratchFolder folder;
+  ASSERT_TRUE(common::WriteFileAtomic(folder / "Description.fb2", "the workshop's own"));
+  const fs::path input = folder.path() / "source" / "book.lit";
+  fs::create_directories(input.parent_path());
+  ASSERT_TRUE(common::WriteFileAtomic(input, import::lit::testing::MakeLit(import::lit::testing::BookNamingTheWorkshopsFiles())));
+  const fs::path books = folder.path() / "books";
+  fs::create_directories(books);
+  ASSERT_TRUE(common::WriteFileAtomic(books / "Description.fb2", "the workshop's own"));
+  const Converted out = Convert(input, ConvertLitBook, books);
+  ASSERT_TRUE(out.ok) << ::testing::PrintToString(out.shown);
+  EXPECT_NE(out.book.find("Chapter One"), std::string::npos);
+  std::set<std::string> made;
+  for (const auto& entry : fs::directory_iterator(books)) made.insert(entry.path().filename().string());
+  EXPECT_EQ(made, (std::set<std::string>{"book.html0", "CoverPicture.jpg", "Description.fb2", "LitStyle1.css",
+                                         "LitStyle2.css", "LitStyle3.css", "LitStyle4.css"}));
+  std::string kept;
+  ASSERT_TRUE(common::ReadWholeFile(books / "Description.fb2", kept));
+  EXPECT_EQ(kept, "the workshop's own");
+  ASSERT_TRUE(common::ReadWholeFile(books / "LitStyle2.css", kept));
+  EXPECT_EQ(kept, ".b { font-style: italic }");
+  ASSERT_TRUE(common::ReadWholeFile(books / "CoverPicture.jpg", kept));
+  EXPECT_EQ(kept, "\x89PNG picture bytes");
+  EXPECT_FALSE(fs::exists(folder.path() / "outside.css"));
+}
+
+// A lit book that would grow past its size bound, however small its file, is refused with the
+// message every reader gives for that, and leaves no book behind.
+TEST(ContainerInput, LitBookPastTheSizeBoundIsTooLarge) {
+  test::ScratchFolder folder;
+  const std::string file = import::lit::testing::MakeLit(import::lit::testing::OnePageUnderManyNames(200, 100000));
+  ASSERT_TRUE(common::WriteFileAtomic(folder / "many.lit", file));
+  const Converted out = Convert(folder / "many.lit", ConvertLitBook, folder.path());
+  EXPECT_FALSE(out.ok);
+  EXPECT_EQ(out.shown, std::vector<std::string>{"the book would grow past the size limit of 16 MB; nothing was changed"});
+  EXPECT_FALSE(fs::exists(folder / "many.html0"));
+  EXPECT_FALSE(fs::exists(folder / "book.html0"));
 }
 
 TEST(ContainerInput, BookHeaderGoesAfterTheBodyTagOnce) {

@@ -1,7 +1,9 @@
 #include "import/lit/LitBook.h"
 
 #include <map>
+#include <set>
 
+#include "common/Limits.h"
 #include "common/Text.h"
 #include "common/Utf8.h"
 #include "import/Entities.h"
@@ -118,8 +120,7 @@ std::string PackageField(std::string_view package, std::string_view open, std::s
   return std::string(common::Trim(ReplaceHtmlEntitiesUtf8(package.substr(start + 1, end - start - 1))));
 }
 
-std::string RewriteLinks(std::string_view html, const std::vector<std::string>& paths,
-                         const std::vector<std::string>& partAnchors) {
+std::string RewriteLinks(std::string_view html, const LinkTargets& targets) {
   static constexpr std::string_view kHref = " href=\"";
   std::string out;
   out.reserve(html.size());
@@ -134,15 +135,16 @@ std::string RewriteLinks(std::string_view html, const std::vector<std::string>& 
     const std::string_view target = html.substr(start, end - start);
     const size_t hash = target.find('#');
     const std::string_view file = target.substr(0, hash);
-    std::string rewritten(target);
-    if (!file.empty() && file.size() <= kLongestLink) {
-      for (size_t i = 0; i < paths.size(); ++i) {
-        if (paths[i] != file) continue;
-        rewritten = hash == std::string_view::npos ? "#" + partAnchors[i] : std::string(target.substr(hash));
-        break;
-      }
+    const std::string_view anchor = hash == std::string_view::npos ? std::string_view{} : target.substr(hash);
+    const auto found = file.empty() || file.size() > kLongestLink ? targets.end() : targets.find(file);
+    if (found == targets.end()) {
+      out.append(target);
+    } else if (found->second.part) {
+      out.append(anchor.empty() ? std::string_view(found->second.to) : anchor);
+    } else {
+      out += found->second.to;
+      out.append(anchor);
     }
-    out += rewritten;
     pos = end;
   }
   out.append(html.substr(pos));
@@ -191,26 +193,50 @@ LitError ReadLitBook(std::string_view file, LitBook& book, common::Progress& pro
   }
 
   progress.Status("...combining files...");
-  std::vector<std::string> paths;
-  std::vector<std::string> anchors;
+  // Everything the book holds counts against one bound, so that no listing of the package,
+  // however repetitive, makes it grow past what its file could honestly hold.
+  size_t left = common::BookSizeLimit(file.size());
+  const auto take = [&left](size_t bytes) {
+    if (bytes > left) return false;
+    left -= bytes;
+    return true;
+  };
+  // Each component once, in the order of its first listing; a later listing of the same
+  // component is a name for it and adds nothing.
+  LinkTargets targets;
+  std::vector<std::pair<std::string, std::string>> parts;  // internal name, anchor
+  std::vector<std::pair<std::string, std::string>> sheets;  // internal name, file name
+  std::map<std::string, LinkTarget> targetByInternal;
   for (const LitItem& item : book.manifest) {
-    if (!IsText(item)) continue;
-    paths.push_back(item.path);
-    anchors.push_back("LitPart" + std::to_string(paths.size()));
+    const bool text = IsText(item);
+    if (!text && !IsStyle(item)) continue;
+    // A component listed both as text and as a style sheet stays what it was listed as first.
+    auto [known, added] = targetByInternal.try_emplace(item.internal);
+    if (added && text) {
+      const std::string anchor = "LitPart" + std::to_string(parts.size() + 1);
+      parts.emplace_back(item.internal, anchor);
+      known->second = {"#" + anchor, true};
+    } else if (added) {
+      const std::string name = "LitStyle" + std::to_string(sheets.size() + 1) + ".css";
+      sheets.emplace_back(item.internal, name);
+      known->second = {name, false};
+    }
+    if (!item.path.empty()) targets.try_emplace(item.path, known->second);
   }
   std::string combined;
-  size_t part = 0;
   std::string page;
-  for (const LitItem& item : book.manifest) {
-    if (!IsText(item)) continue;
-    if (const LitError error = container.Read("/data/" + item.internal + "/content", bytes); error != LitError::None)
+  for (const auto& [internal, anchor] : parts) {
+    if (const LitError error = container.Read("/data/" + internal + "/content", bytes); error != LitError::None)
       return error;
     if (!DecodeLitMarkup(bytes, MarkupKind::Html, resolve, page)) return LitError::Damaged;
-    combined += "<A name=\"" + anchors[part++] + "\"></A>";
-    combined += RewriteLinks(StripPageFrame(page), paths, anchors);
+    const std::string rewritten = RewriteLinks(StripPageFrame(page), targets);
+    const std::string start = "<A name=\"" + anchor + "\"></A>";
+    if (!take(start.size() + rewritten.size() + 2)) return LitError::TooLarge;
+    combined += start;
+    combined += rewritten;
     combined += "\r\n";
   }
-  if (part == 0) return LitError::Damaged;
+  if (parts.empty()) return LitError::Damaged;
 
   progress.Status("...preparing cover picture...");
   std::string coverHref;
@@ -226,19 +252,27 @@ LitError ReadLitBook(std::string_view file, LitBook& book, common::Progress& pro
     if (IsPicture(item) && (item.id == "thumb" || item.path == coverHref)) book.coverPath = item.path;
 
   progress.Status("...looking for images...");
+  std::set<std::string> picturesTaken;
   for (const LitItem& item : book.manifest) {
-    if (!IsPicture(item)) continue;
-    if (container.Read("/data/" + item.internal, bytes) == LitError::None) book.pictures.emplace_back(item.path, bytes);
+    if (!IsPicture(item) || !picturesTaken.insert(item.path).second) continue;
+    const LitError error = container.Read("/data/" + item.internal, bytes);
+    if (error == LitError::TooLarge) return error;
+    if (error != LitError::None) continue;
+    if (!take(bytes.size())) return LitError::TooLarge;
+    book.pictures.emplace_back(item.path, bytes);
   }
 
   progress.Status("...looking for styles...");
   std::string styles;
-  for (const LitItem& item : book.manifest) {
-    if (!IsStyle(item)) continue;
-    if (container.Read("/data/" + item.internal, bytes) != LitError::None) continue;
+  for (const auto& [internal, name] : sheets) {
+    const LitError error = container.Read("/data/" + internal, bytes);
+    if (error == LitError::TooLarge) return error;
+    if (error != LitError::None) continue;
+    // Held twice: in the document's head and as the file beside the book.
+    if (!take(bytes.size()) || !take(bytes.size() + 2)) return LitError::TooLarge;
     styles += bytes;
     styles += "\r\n";
-    book.styles.emplace_back(item.path, bytes);
+    book.styles.emplace_back(name, bytes);
   }
   book.html = "<HTML><HEAD><STYLE>" + styles + "</STYLE></HEAD><BODY>\r\n" + combined + "</BODY></HTML>\r\n";
   return LitError::None;

@@ -1,5 +1,6 @@
 #include "import/lit/LitContainer.h"
 
+#include "common/Limits.h"
 #include "import/lit/Lzx.h"
 
 namespace pw::import::lit {
@@ -69,6 +70,9 @@ LitError LitContainer::Open(std::string_view file) {
   entries_.clear();
   sections_.clear();
   sectionNames_.clear();
+  unpacking_.clear();
+  budget_ = common::BookSizeLimit(file.size());
+  unpackedBytes_ = 0;
   if (file.size() < 24 || file.substr(0, kMagic.size()) != kMagic) return LitError::NotLit;
   const uint32_t headerLength = Le32(file, 12);
   const uint32_t pieces = Le32(file, 16);
@@ -153,34 +157,46 @@ LitError LitContainer::Read(std::string_view name, std::string& out) {
 }
 
 LitError LitContainer::Section(uint64_t index, const std::string*& content) {
-  if (const auto found = sections_.find(index); found != sections_.end()) {
-    content = &found->second;
-    return LitError::None;
+  if (index >= sectionNames_.size()) return LitError::Damaged;
+  const std::string& name = sectionNames_[index];
+  if (const auto found = sections_.find(name); found != sections_.end()) {
+    content = &found->second.content;
+    return found->second.error;
   }
   // A section's own parts may lie in another section, but never (however indirectly) in itself.
-  if (index >= sectionNames_.size() || !unpacking_.insert(index).second) return LitError::Damaged;
-  std::string unpacked;
-  const LitError error = UnpackSection(sectionNames_[index], unpacked);
-  unpacking_.erase(index);
-  if (error != LitError::None) return error;
-  content = &(sections_[index] = std::move(unpacked));
-  return LitError::None;
+  if (!unpacking_.insert(name).second) return LitError::Damaged;
+  Unpacked unpacked;
+  unpacked.error = UnpackSection(name, unpacked.content);
+  unpacking_.erase(name);
+  // A section that fails is remembered as failed, so that each of its files does not unpack
+  // it again.
+  if (unpacked.error != LitError::None) unpacked.content.clear();
+  unpackedBytes_ += unpacked.content.size();
+  const Unpacked& kept = sections_[name] = std::move(unpacked);
+  content = &kept.content;
+  return kept.error;
 }
 
 LitError LitContainer::UnpackSection(const std::string& name, std::string& content) {
   const std::string storage = "::DataSpace/Storage/" + name + "/";
+  // A part that cannot be read is damage, unless it lies in a section that is too large.
+  LitError partError = LitError::None;
+  const auto readPart = [&](const std::string& part, std::string& out) {
+    const LitError error = Read(part, out);
+    if (error != LitError::None && partError == LitError::None)
+      partError = error == LitError::TooLarge ? LitError::TooLarge : LitError::Damaged;
+    return error == LitError::None;
+  };
   std::string transforms;
   std::string packed;
-  if (Read(storage + "Transform/List", transforms) != LitError::None || Read(storage + "Content", packed) != LitError::None)
-    return LitError::Damaged;
+  if (!readPart(storage + "Transform/List", transforms) || !readPart(storage + "Content", packed)) return partError;
   if (transforms.find(kDesTransform) != std::string::npos) return LitError::Protected;
   if (transforms.size() != kLzxTransform.size() || transforms != kLzxTransform) return LitError::Damaged;
 
   std::string control;
   std::string resets;
   const std::string lzx = storage + "Transform/{0A9007C6-4076-11D3-8789-0000F8105754}/InstanceData/ResetTable";
-  if (Read(storage + "ControlData", control) != LitError::None || Read(lzx, resets) != LitError::None)
-    return LitError::Damaged;
+  if (!readPart(storage + "ControlData", control) || !readPart(lzx, resets)) return partError;
   // The control data: its length in words, "LZXC", a version, the reset interval and the
   // window size (from version 2 on both in 32 KiB frames).
   if (control.size() < 20 || control.substr(4, 4) != "LZXC") return LitError::Damaged;
@@ -205,7 +221,9 @@ LitError LitContainer::UnpackSection(const std::string& name, std::string& conte
   const uint64_t frameBytes = Le64(resets, 32);
   if (entrySize != 8 || frameBytes != kLzxFrameBytes || !Fits(resets, headerSize, uint64_t{count} * 8))
     return LitError::Damaged;
-  if (unpackedLength > kMaxSectionBytes) return LitError::TooLarge;
+  // The nested sections this one's parts came from are counted already.
+  if (unpackedLength > kMaxSectionBytes || unpackedBytes_ > budget_ || unpackedLength > budget_ - unpackedBytes_)
+    return LitError::TooLarge;
   LzxStream stream;
   stream.input = packed;
   stream.windowBits = windowBits;

@@ -36,13 +36,15 @@ class LitContainer {
 
   const std::vector<LitEntry>& entries() const { return entries_; }
   bool Has(std::string_view name) const { return Find(name) != nullptr; }
-  // The bytes of the file `name`, its section unpacked on first use.
+  // The bytes of the file `name`, its section unpacked on first use. A section is unpacked
+  // once, whether it succeeds or not, and several names of one section share it.
   LitError Read(std::string_view name, std::string& out);
   // True when the container carries a licence or bookplate, the marks of books locked to a
   // reader or an owner.
   bool HasOwnerDrm() const;
 
-  // Bounds what one section may unpack to.
+  // Bounds what one section may unpack to. All sections together unpack to no more than
+  // common::BookSizeLimit of the file's size: a section that would pass it is TooLarge.
   static constexpr uint64_t kMaxSectionBytes = uint64_t{512} << 20;
 
  private:
@@ -51,12 +53,19 @@ class LitContainer {
   LitError Section(uint64_t index, const std::string*& content);
   LitError UnpackSection(const std::string& name, std::string& content);
 
+  struct Unpacked {
+    LitError error = LitError::None;
+    std::string content;
+  };
+
   std::string_view file_;
   uint64_t contentOffset_ = 0;
   std::vector<LitEntry> entries_;
   std::vector<std::string> sectionNames_;
-  std::map<uint64_t, std::string> sections_;  // unpacked sections by index
-  std::set<uint64_t> unpacking_;  // sections being unpacked: one that needs itself is damage
+  std::map<std::string, Unpacked> sections_;  // sections tried so far, by name
+  std::set<std::string> unpacking_;  // sections being unpacked: one that needs itself is damage
+  uint64_t budget_ = 0;              // what all sections together may unpack to
+  uint64_t unpackedBytes_ = 0;       // what they have unpacked to so far
 };
 
 // The GUIDs of the transforms, as their 16 bytes appear in a transform list.

@@ -1,5 +1,6 @@
 #include "import/lit/Lzx.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -13,6 +14,10 @@ constexpr int kLengthSymbols = 249;
 constexpr int kAlignedSymbols = 8;
 constexpr int kLiterals = 256;
 constexpr int kMinMatch = 2;
+// A match may run past the end of its frame by up to the longest match.
+constexpr size_t kMatchSlack = 260;
+// What the output reserves before anything is decoded, however long the stream says it is.
+constexpr size_t kReservedUpFront = size_t{1} << 20;
 
 enum BlockType { kVerbatim = 1, kAligned = 2, kStored = 3 };
 
@@ -169,8 +174,10 @@ class Decoder {
     const size_t total = stream_.outputLength;
     const size_t interval = stream_.resetInterval;
     if (interval % kLzxFrameBytes != 0) return false;
-    // A match may run past the last frame by the longest match.
-    out_.assign(total + 260, '\0');
+    // The output grows frame by frame as it is decoded, so a stream that declares far more
+    // than it holds costs only what it really produced before it ran dry.
+    out_.clear();
+    out_.reserve(std::min(total + kMatchSlack, kReservedUpFront));
     bits_.Start(stream_.input, 0);
     size_t resetIndex = 0;
     ResetState();
@@ -188,6 +195,7 @@ class Decoder {
         ResetState();
       }
       const size_t frameEnd = std::min(total, frameStart + kLzxFrameBytes);
+      if (out_.size() < frameEnd + kMatchSlack) out_.resize(frameEnd + kMatchSlack);
       if (!DecodeFrame(frameEnd)) return false;
       frames_.push_back({frameStart, frameEnd, intelStarted_ ? intelSize_ : 0});
       if (bits_.Overrun()) return false;

@@ -17,7 +17,9 @@ inline constexpr size_t kLzxFrameBytes = 32768;
 struct LzxStream {
   std::string_view input;
   int windowBits = 17;       // 15 to 21
-  size_t outputLength = 0;   // bytes the stream unpacks to
+  // Bytes the stream unpacks to; never more is written. The output grows as it is decoded,
+  // so the caller bounds only this length, not what is set aside for it up front.
+  size_t outputLength = 0;
   // Bytes of output between resets of the decoder (a multiple of the frame size); 0: the
   // stream is never reset.
   size_t resetInterval = 0;

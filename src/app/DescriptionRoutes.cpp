@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <thread>
 #include <filesystem>
 #include <string>
@@ -21,6 +22,7 @@
 #include "app/WorkshopRoutes.h"
 #include "app/WorkshopServer.h"
 #include "common/Files.h"
+#include "common/Limits.h"
 #include "common/Text.h"
 #include "corrector/CleanUpFile.h"
 #include "fb2/DescriptionDisplay.h"
@@ -265,11 +267,23 @@ void AddDescriptionFormRoutes(httplib::Server& server, WorkshopServer& workshop)
       if (!in.is_object() || !in.contains("path") || !in["path"].is_string()) return Reply(response, {{"ok", false}}, 400);
       name = in["path"].get<std::string>();
     }
+    // Read before the book is locked, and only a regular file of a book's size: a pipe or a
+    // device named here must not hold the workshop.
+    std::optional<common::Msg> unreadable;
+    if (!name.empty()) {
+      const fs::path path = ExpandFolder(name);
+      std::error_code error;
+      if (fs::is_directory(path, error)) unreadable = common::Msg::InputIsFolder;
+      else if (fs::exists(path, error) && !fs::is_regular_file(path, error)) unreadable = common::Msg::InputNotRegularFile;
+      else if (!fs::is_regular_file(path, error) || fs::file_size(path, error) > common::kLargestBook ||
+               !common::ReadWholeFile(path, bytes))
+        unreadable = common::Msg::FileNotFound;
+    }
     std::lock_guard lock(workshop.bookMutex());
     const common::Settings& settings = workshop.shell().settings();
     common::Messages messages(workshop.channel(), settings.interfaceLanguage);
-    if (!name.empty() && !common::ReadWholeFile(ExpandFolder(name), bytes)) {
-      messages.Show(common::Msg::FileNotFound, name);
+    if (unreadable) {
+      messages.Show(*unreadable, name);
       return Reply(response, {{"ok", false}}, 422);
     }
     auto description = fb2::ReadFb2FileDescription(bytes, settings.importLanguage);
@@ -400,16 +414,21 @@ void AddMakeRoute(httplib::Server& server, WorkshopServer& workshop) {
                                 settings.fb2LatinFileName);
     // Written where the user asked; otherwise only into the book folder, for the download.
     const std::string folder = in.contains("folder") && in["folder"].is_string() ? in["folder"].get<std::string>() : "";
-    const fs::path output = (common::Trim(folder).empty() ? bookFolder : ExpandFolder(std::string(common::Trim(folder)))) / name;
+    const fs::path outputFolder = common::Trim(folder).empty() ? bookFolder : ExpandFolder(std::string(common::Trim(folder)));
     std::error_code folderError;
-    fs::create_directories(output.parent_path(), folderError);
+    fs::create_directories(outputFolder, folderError);
+    // The book folder keeps the book's own description as "Description.fb2": a book that is
+    // itself called so is written beside it under another name, never over it.
+    if (common::AsciiLower(name) == "description.fb2" && fs::equivalent(outputFolder, bookFolder, folderError))
+      name.insert(name.size() - 4, "_book");
+    const fs::path output = outputFolder / name;
     fb2::Fb2ExportResult result;
     if (!fb2::MakeFb2File(document, description, options, bookFolder, output, settings.fb2Zip, session, &result,
                           !common::Trim(folder).empty())) {
       if (!sink.question().empty()) return Reply(response, {{"ok", false}, {"question", sink.question()}});
       return Reply(response, {{"ok", false}}, 422);
     }
-    for (const auto& warning : result.warnings) workshop.channel().Show(warning);
+    // The export's warnings have been told through the session already.
     if (settings.fb2Validate) {
       // The written file checked against the schema and beyond: each finding is told, or that it is valid.
       const auto findings = fb2::ValidateFb2(result.bytes, shell::ShippedDataFolder() / fb2::kFb2SchemaFile);

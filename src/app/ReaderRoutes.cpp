@@ -178,6 +178,7 @@ void ServeReadingView(WorkshopServer& workshop, httplib::Response& response) {
                                                    reader::ColoursFor(workshop.shell().settings()));
   response.set_content(view, "text/html; charset=utf-8");
   response.set_header("Cache-Control", "no-store");
+  response.set_header("Content-Security-Policy", std::string(kBookPolicy));
 }
 
 void AddReaderRoutes(httplib::Server& server, WorkshopServer& workshop) {

@@ -18,6 +18,11 @@ namespace pw::app {
 
 class WorkshopServer;
 
+// Content policies: the page runs only its own script files; a book's document (the editor's
+// and the reading view) runs no script at all, whatever it carries.
+inline constexpr std::string_view kPagePolicy = "script-src 'self'; object-src 'none'";
+inline constexpr std::string_view kBookPolicy = "script-src 'none'; object-src 'none'";
+
 // Answers with `body` as JSON.
 void Reply(httplib::Response& response, const nlohmann::json& body, int status = 200);
 // A Content-Disposition header for a download named `name` (UTF-8): an ASCII stand-in and the

@@ -331,6 +331,9 @@ void WorkshopServer::Routes() {
   server.Get("/", [this](const httplib::Request&, httplib::Response& response) {
     for (const WebFile& file : WebFiles())
       if (file.name == "index.html") response.set_content(std::string(file.text), "text/html; charset=utf-8");
+    // Only the page's own script files run; the book's frames (which inherit this policy and
+    // are sandboxed besides) never run what a book carries.
+    response.set_header("Content-Security-Policy", std::string(kPagePolicy));
     response.set_header("Set-Cookie", std::string(kSecretCookie) + "=" + secret_ + "; HttpOnly; SameSite=Strict; Path=/");
     response.set_header("Cache-Control", "no-store");
   });
@@ -351,6 +354,7 @@ void WorkshopServer::Routes() {
     const auto snapshot = editor_.Current();
     if (name == "document") {
       response.set_content(snapshot.html, "text/html; charset=utf-8");
+      response.set_header("Content-Security-Policy", std::string(kBookPolicy));
       response.set_header("Cache-Control", "no-store");
       return;
     }

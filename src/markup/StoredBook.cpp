@@ -55,11 +55,6 @@ size_t BlockSize(size_t length, size_t count, size_t index) {
   return index + 1 < count ? kStoredBlockSize : length - kStoredBlockSize * (count - 1);
 }
 
-bool IsPlainFileName(std::string_view name) {
-  return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos &&
-         name.find_first_of(std::string_view("\\\"<>\0", 5)) == std::string_view::npos;
-}
-
 bool ParseHeader(std::string_view header, StoredBookHeader& out) {
   // header is the text between "<!pwfile " + flag and ">".
   size_t pos = 0;
@@ -74,8 +69,11 @@ bool ParseHeader(std::string_view header, StoredBookHeader& out) {
   return true;
 }
 
-// Splits the picture blocks off the text that follows the document.
-bool ReadPictureBlocks(std::string_view text, std::vector<StoredPicture>& pictures, std::string& error) {
+// Splits the picture blocks off the text that follows the document. `guessing`: the blocks'
+// start is only a guess (an older file), so a block with a name no file can have means the guess
+// is wrong; otherwise such a picture is just left out.
+bool ReadPictureBlocks(std::string_view text, std::vector<StoredPicture>& pictures, std::string& error,
+                       bool guessing = false) {
   size_t pos = 0;
   while (pos < text.size()) {
     if (text.substr(pos, kPictureOpen.size()) != kPictureOpen) {
@@ -103,12 +101,16 @@ bool ReadPictureBlocks(std::string_view text, std::vector<StoredPicture>& pictur
       error = "picture block runs past the end of the file";
       return false;
     }
-    if (!IsPlainFileName(picture.name)) {
-      error = "picture with a bad name: " + picture.name;
+    // A picture whose name could not be a file in the book's folder is left out; the book and
+    // its other pictures are still read.
+    if (guessing && !IsStoredPictureName(picture.name)) {
+      error = "picture with a bad name";
       return false;
     }
-    picture.data.assign(text.substr(pos, length));
-    pictures.push_back(std::move(picture));
+    if (IsStoredPictureName(picture.name)) {
+      picture.data.assign(text.substr(pos, length));
+      pictures.push_back(std::move(picture));
+    }
     pos += length + kPictureClose.size();
   }
   return true;
@@ -143,7 +145,7 @@ void ReadOldPlainForm(std::string_view rest, StoredBook& book) {
   for (size_t tried = 0; at != std::string_view::npos && tried < kOldPictureCandidates; ++tried) {
     std::vector<StoredPicture> pictures;
     std::string ignored;
-    if (ReadPictureBlocks(rest.substr(at), pictures, ignored)) {
+    if (ReadPictureBlocks(rest.substr(at), pictures, ignored, true)) {
       book.document.assign(rest.substr(0, at));
       book.pictures = std::move(pictures);
       return;
@@ -254,9 +256,15 @@ size_t StoredBlockCount(size_t length) {
   return (length - 2) / kStoredBlockSize + 1;
 }
 
+bool IsStoredPictureName(std::string_view name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find_first_of(std::string_view("/\\:\"<>\0", 7)) == std::string_view::npos;
+}
+
 std::string MakePictureBlocks(const std::vector<StoredPicture>& pictures) {
   std::string out;
   for (const StoredPicture& picture : pictures) {
+    if (!IsStoredPictureName(picture.name)) continue;  // it could not be read back
     out += kPictureOpen;
     out += picture.name;
     out += kPictureLength;

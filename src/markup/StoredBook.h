@@ -61,7 +61,11 @@ std::string WriteStoredBook(const StoredBook& book);
 // `error` filled when the file is damaged; `book` is then unspecified.
 bool ReadStoredBook(std::string_view bytes, StoredBook& book, std::string& error);
 
-// The picture blocks of `pictures` as they follow the document.
+// Whether `name` can name a picture in a stored book: a plain file name in the book's folder,
+// without the characters that end an attribute or the block's own name ("<>:\\/ and NUL).
+bool IsStoredPictureName(std::string_view name);
+
+// The picture blocks; a picture whose name does not pass IsStoredPictureName is left out.
 std::string MakePictureBlocks(const std::vector<StoredPicture>& pictures);
 
 // Removes every stray " <!pwfile ...>" header inside a document (a file pasted into another).

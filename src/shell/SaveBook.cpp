@@ -53,11 +53,6 @@ std::string ElementText(std::string_view document, std::string_view open, std::s
   return markup::OneLineText(document.substr(innerStart + 1, end - innerStart - 1));
 }
 
-bool IsPlainFileName(std::string_view name) {
-  return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos &&
-         name.find('\\') == std::string_view::npos && name.find(':') == std::string_view::npos;
-}
-
 }  // namespace
 
 std::string_view SaveCaption(const common::Settings& settings) {
@@ -129,7 +124,7 @@ markup::StoredBook MakeStoredBook(std::string savedDocument, const fs::path& boo
     if (end == std::string::npos) break;
     std::string source;
     if (!markup::TagAttribute(std::string_view(savedDocument).substr(at, end - at), "src", source)) continue;
-    if (!IsPlainFileName(source) || !taken.insert(source).second) continue;
+    if (!markup::IsStoredPictureName(source) || !taken.insert(source).second) continue;
     markup::StoredPicture picture;
     picture.name = source;
     if (common::FileExists(bookFolder / source) && common::ReadWholeFile(bookFolder / source, picture.data))

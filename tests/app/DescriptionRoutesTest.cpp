@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cctype>
@@ -218,6 +219,15 @@ TEST(DescriptionRoutes, GenresIdsAndLoadingFromAnFb2File) {
   EXPECT_EQ(Post(client, "/api/description/load", {{"path", plain.string()}})["ok"], false);
   EXPECT_TRUE(Told(Messages(client), "Fiction Book description not found"));
   EXPECT_EQ(Get(client, "/api/description")["description"]["b_title"], "Numbers");
+  // A pipe or a folder named as the file is refused at once, and the workshop goes on answering.
+  const fs::path pipe = workshop.folder / "pipe.fb2";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  for (const fs::path& notAFile : {pipe, workshop.folder.path()}) {
+    Messages(client);
+    EXPECT_EQ(Post(client, "/api/description/load", {{"path", notAFile.string()}})["ok"], false) << notAFile;
+    EXPECT_TRUE(Told(Messages(client), notAFile.string())) << notAFile;
+  }
+  EXPECT_EQ(Get(client, "/api/description")["description"]["b_title"], "Numbers");
   // The same through an upload.
   httplib::MultipartFormDataItems upload = {{"fb2", "<description><title-info><book-title>Sent</book-title>"
                                                     "</title-info><document-info><program-used>OtherTool</program-used>"
@@ -350,6 +360,43 @@ TEST(DescriptionRoutes, OnlyAWrittenFileIsShown) {
   OpenBook(workshop, client, "Anna Lee\n\nA Story\n\nOnce there was a road.\n");
   ASSERT_EQ(client.Post("/api/fb2", json{{"name", "only"}}.dump(), "application/json")->status, 200);
   EXPECT_EQ(Post(client, "/api/fb2/show", {{"what", "file"}})["status"], 409);
+}
+
+TEST(DescriptionRoutes, EachWarningOfTheExportIsToldOnce) {
+  test::RunningWorkshop workshop;
+  httplib::Client client = workshop.Client();
+  OpenBook(workshop, client, "Anna Lee\n\nA Story\n\nOnce there was a road.\n");
+  std::string document = workshop.server->editor().Current().html;
+  const size_t road = document.find("Once there was a road.");
+  ASSERT_NE(road, std::string::npos);
+  document.insert(road, "<IMG src=\"missing.png\">");
+  ASSERT_EQ(client.Post("/api/document?changed=1", document, "text/html")->status, 200);
+  Messages(client);
+  ASSERT_EQ(client.Post("/api/fb2", json{{"name", "warned"}}.dump(), "application/json")->status, 200);
+  const auto told = Messages(client);
+  EXPECT_EQ(std::count_if(told.begin(), told.end(), [](const std::string& text) { return text.find("missing.png") != std::string::npos; }), 1)
+      << ::testing::PrintToString(told);
+}
+
+TEST(DescriptionRoutes, ABookCalledDescriptionNeverReplacesTheKeptDescription) {
+  test::RunningWorkshop workshop;
+  httplib::Client client = workshop.Client();
+  OpenBook(workshop, client, "Anna Lee\n\nA Story\n\nOnce there was a road.\n");
+  ASSERT_EQ(Post(client, "/api/description", {{"description", FilledDescription()}})["ok"], true);
+  const std::string title = Get(client, "/api/description")["description"]["b_title"];
+  ASSERT_FALSE(title.empty());
+  const fs::path bookFolder = workshop.server->editor().Current().file.parent_path();
+  std::string kept;
+  ASSERT_TRUE(common::ReadWholeFile(bookFolder / "Description.fb2", kept));
+  for (const json& where : {json{{"name", "Description"}}, json{{"name", "description"}, {"folder", bookFolder.string()}}}) {
+    const auto made = client.Post("/api/fb2", where.dump(), "application/json");
+    ASSERT_EQ(made->status, 200) << where;
+    EXPECT_NE(fs::path(made->get_header_value("X-Pagewright-Saved-As")).filename(), "Description.fb2") << where;
+    std::string now;
+    ASSERT_TRUE(common::ReadWholeFile(bookFolder / "Description.fb2", now));
+    EXPECT_EQ(now, kept) << where;
+    EXPECT_EQ(Get(client, "/api/description")["description"]["b_title"], title) << where;
+  }
 }
 
 }  // namespace

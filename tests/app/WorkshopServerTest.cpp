@@ -74,6 +74,10 @@ TEST(WorkshopServer, OpenEditSaveAndMakeFb2) {
   EXPECT_EQ(state["book"], book.string());
   auto document = client.Get("/book/document");
   EXPECT_NE(document->body.find("First words of the book."), std::string::npos);
+  // Whatever a book carries never runs: its documents allow no script, the page only its own.
+  EXPECT_EQ(document->get_header_value("Content-Security-Policy"), kBookPolicy);
+  EXPECT_EQ(client.Get("/book/reading")->get_header_value("Content-Security-Policy"), kBookPolicy);
+  EXPECT_EQ(client.Get("/")->get_header_value("Content-Security-Policy"), kPagePolicy);
 
   // The reader's settings for the open book.
   const json readerState = json::parse(client.Get("/api/reader")->body);

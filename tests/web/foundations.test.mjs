@@ -320,3 +320,30 @@ test('unsaved changes are asked about before another book replaces them', async 
   workshop.process.kill();
   await workshop.ended;
 });
+
+test('code a book carries never runs, in the editor or in the reader', async () => {
+  const home = scratchHome();
+  homes.push(home);
+  const book = join(home, 'hostile.html0');
+  // Every way a page could run code: a script, an attribute handler, a javascript: link.
+  writeFileSync(book, '<HTML><BODY><DIV align=justify>A quiet book.</DIV>' +
+    '<script>parent.document.body.dataset.owned = "script";</script>' +
+    '<DIV align=justify><IMG src="nothing.png" onerror="parent.document.body.dataset.owned = \'handler\'"></DIV>' +
+    '<DIV align=justify><A id=go href="javascript:parent.document.body.dataset.owned = \'link\'">go</A></DIV></BODY></HTML>');
+  const workshop = await startWorkshop(home);
+  const { page, context } = await openPage(browser, workshop.address);
+  await page.keyboard.press('Control+o');
+  await page.waitForSelector('#OpenDialog[open]');
+  await page.fill('#OpenPath', book);
+  await page.click('#OpenOk');
+  await frame(page).locator('text=A quiet book.').waitFor();
+  await frame(page).locator('#go').click();
+  await menu(page, 'FileMenu', 'MnRead');
+  await page.waitForSelector('#PwReader[open]');
+  await page.frameLocator('#ReaderView').locator('text=A quiet book.').waitFor();
+  await page.waitForTimeout(500);  // a picture's error comes a moment after the document
+  assert.equal(await page.evaluate(() => document.body.dataset.owned ?? 'none'), 'none');
+  await context.close();
+  workshop.process.kill();
+  await workshop.ended;
+});

@@ -163,12 +163,20 @@ $('CleanDescriptionB').addEventListener('click', () => {
 $('HelpB').addEventListener('click', () =>
   window.open(`/web/help/PagewrightMakeFb2Help${language() === 'ru' ? 'Rus' : 'Eng'}.html`, '_blank'));
 
+// Loads a description from a file. What was typed before is kept first, as its own step, and
+// the form takes no typing until the answer has replaced it.
 async function load(request) {
-  await saving;
-  const response = await request();
-  const answer = await response.json();
-  await api.poll();
-  if (answer.ok) adopt(answer.description);
+  commit();
+  fdi.inert = true;
+  try {
+    await saving;
+    const response = await request();
+    const answer = await response.json();
+    await api.poll();
+    if (answer.ok) adopt(answer.description);
+  } finally {
+    fdi.inert = false;
+  }
 }
 $('LoadDescriptionB').addEventListener('click', () => {
   const path = $('LoadDescriptionPath').value.trim();

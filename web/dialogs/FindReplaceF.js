@@ -288,11 +288,20 @@ async function replaceAllInHtml(q) {
 // by selecting the nodes it covers, and replaced by rewriting only the blocks it touches.
 let shownHtmlMatch = null;  // { start, end, replacement, html, range } of the match last selected
 
+// Changes of the book counted, so that a search answered after the book changed is not shown
+// at places that have moved.
+let bookChanges = 0;
+editor.onChange(() => { ++bookChanges; });
+
 async function searchHtml() {
-  const body = editor.bookDocument().body;
-  const html = body.innerHTML;
-  const matches = await matchesIn(html, (node, offset) => htmlOffsetOf(body, node, offset));
-  return matches && { html, matches };
+  for (let attempt = 0; attempt < 3; ++attempt) {
+    const body = editor.bookDocument().body;
+    const html = body.innerHTML;
+    const changesBefore = bookChanges;
+    const matches = await matchesIn(html, (node, offset) => htmlOffsetOf(body, node, offset));
+    if (changesBefore === bookChanges || !matches) return matches && { html, matches };
+  }
+  return null;  // the book keeps changing under the search: the next step searches again
 }
 
 function selectHtmlMatch(html, match) {

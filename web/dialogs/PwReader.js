@@ -60,7 +60,7 @@ dialog.innerHTML = `<form method="dialog">
     <button value="close" id="ReaderClose" data-t="reader.close"></button>
   </div>
   <div id="AlarmSignal" role="alert" hidden></div>
-  <iframe id="ReaderView" data-t-title="reader.view"></iframe>
+  <iframe id="ReaderView" data-t-title="reader.view" sandbox="allow-same-origin"></iframe>
 </form>`;
 translate(dialog);
 document.body.append(dialog);

@@ -17,7 +17,8 @@ void AddArchiveRoutes(httplib::Server& server, WorkshopServer& workshop) {
     const std::string path = request.get_param_value("path");
     if (path.empty()) return Reply(response, {{"ok", false}}, 400);
     std::vector<shell::ArchiveMember> members;
-    const shell::ArchiveError error = shell::ListArchive(path, members);
+    bool cut = false;
+    const shell::ArchiveError error = shell::ListArchive(path, members, {}, &cut);
     if (error != shell::ArchiveError::None) {
       common::NullProgress progress;
       common::RecordingSink sink;
@@ -32,7 +33,14 @@ void AddArchiveRoutes(httplib::Server& server, WorkshopServer& workshop) {
                       {"size", member.size},
                       {"book", member.book},
                       {"refused", member.refusal != shell::MemberRefusal::None}});
-    Reply(response, {{"ok", true}, {"members", list}});
+    json answer = {{"ok", true}, {"members", list}};
+    if (cut) {
+      common::RecordingSink sink;
+      common::Messages(sink, workshop.shell().settings().interfaceLanguage)
+          .Show(common::Msg::ArchiveListCut, std::to_string(members.size()));
+      answer["cut"] = sink.shown.front();
+    }
+    Reply(response, answer);
   });
 
   // {path, entry, discard}: opens the book `entry` of the archive as /api/open opens a file.

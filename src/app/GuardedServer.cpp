@@ -136,6 +136,9 @@ class ConnectionStream final : public httplib::Stream {
     }
   }
 
+  // Takes what has arrived already, without waiting. > 0: bytes added; otherwise nothing new.
+  ssize_t ReceiveArrived() { return WaitFor(socket_, POLLIN, std::chrono::milliseconds(0)) ? Fill() : -1; }
+
   bool is_readable() const override { return position_ < buffer_.size() || WaitFor(socket_, POLLIN, limits_.readTime); }
   bool is_writable() const override { return WaitFor(socket_, POLLOUT, limits_.writeTime); }
 
@@ -266,6 +269,11 @@ bool GuardedServer::process_and_close_socket(socket_t sock) {
   // Waits for the next request's head: on a new connection the whole head must come within the
   // head time; on a kept-alive one the first byte within the keep-alive time, then the rest.
   const auto awaitHead = [&](bool first) {
+    // A head that has arrived whole by the time a worker takes the connection is served at
+    // once: only a connection that makes the workshop wait is listed as waiting, and so may be
+    // dropped to make room. (A page's request waits in the queue with its head complete.)
+    if (RequestHeadEnd(stream.Buffered()) == std::string_view::npos) stream.ReceiveArrived();
+    if (RequestHeadEnd(stream.Buffered()) != std::string_view::npos) return HeadWait::Complete;
     waiting_.Enter(sock);
     const auto start = Clock::now();
     auto deadline = start + (first ? limits_.headTime : limits_.keepAlive);

@@ -85,6 +85,7 @@ enum class Msg {
   ArchiveMemberLink,        // + member name
   ArchiveMemberTooLarge,    // + member name
   ArchiveTooManyMembers,    // "{}": the member limit
+  ArchiveListCut,           // "{}": how many members are listed
   InputIsFolder,            // "{}": the name
   InputNotRegularFile,      // "{}": the name
   InputPermissionDenied,    // "{}": the name

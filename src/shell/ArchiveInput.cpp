@@ -77,10 +77,12 @@ bool UnpackArchive(const fs::path& archive, const fs::path& folder, const std::s
   bookFile.clear();
   const std::string name = archive.filename().string();
   std::vector<ArchiveMember> members;
-  if (const ArchiveError error = ListArchive(archive, members, limits); error != ArchiveError::None) {
+  bool cut = false;
+  if (const ArchiveError error = ListArchive(archive, members, limits, &cut); error != ArchiveError::None) {
     ShowArchiveError(error, name, session, limits.members);
     return false;
   }
+  if (cut) session.messages.Show(common::Msg::ArchiveListCut, std::to_string(members.size()));
   const ArchiveMember* chosen = nullptr;
   if (!entry.empty()) {
     chosen = FindMember(members, entry);

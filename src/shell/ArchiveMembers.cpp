@@ -156,7 +156,7 @@ bool IsOldRar(const fs::path& path) {
   return in && std::string_view(signature, sizeof signature) == std::string_view("Rar!\x1A\x07\x00", 7);
 }
 
-ArchiveError WalkOldRar(const fs::path& path, const ArchiveLimits& limits, const Visit& visit) {
+ArchiveError WalkOldRar(const fs::path& path, const ArchiveLimits& limits, const Visit& visit, bool& cut) {
   std::unique_ptr<ar_stream, decltype(&ar_close)> stream(ar_open_file(path.c_str()), ar_close);
   if (!stream) return ArchiveError::CannotOpen;
   std::unique_ptr<ar_archive, decltype(&ar_close_archive)> rar(ar_open_rar_archive(stream.get()), ar_close_archive);
@@ -184,16 +184,22 @@ ArchiveError WalkOldRar(const fs::path& path, const ArchiveLimits& limits, const
     if (stop) return ArchiveError::None;
     bool over = false;
     if (!Drain(data, drained, limits, over)) return ArchiveError::CrcError;
-    if (over) return ArchiveError::None;
+    if (over) {
+      cut = true;
+      return ArchiveError::None;
+    }
   }
   if (!ar_at_eof(rar.get())) return seen == 0 ? ArchiveError::HeaderBroken : ArchiveError::FileHeaderBroken;
   return ArchiveError::None;
 }
 
-// Walks the members of the archive, giving each with its data to `visit`.
-ArchiveError Walk(const fs::path& path, const ArchiveLimits& limits, const Visit& visit) {
+// Walks the members of the archive, giving each with its data to `visit`. `cut`: the walk
+// stopped early because a solid archive would have to be unpacked past the size bound to reach
+// its later members.
+ArchiveError Walk(const fs::path& path, const ArchiveLimits& limits, const Visit& visit, bool& cut) {
+  cut = false;
   const Utf8Names names;
-  if (IsOldRar(path)) return WalkOldRar(path, limits, visit);
+  if (IsOldRar(path)) return WalkOldRar(path, limits, visit, cut);
   Reader reader = OpenReader();
   if (archive_read_open_filename(reader.get(), path.c_str(), 1 << 16) != ARCHIVE_OK)
     return OpenError(reader.get(), path);
@@ -219,7 +225,10 @@ ArchiveError Walk(const fs::path& path, const ArchiveLimits& limits, const Visit
     if (archive_format(reader.get()) == ARCHIVE_FORMAT_RAR_V5) {
       bool over = false;
       if (!Drain(data, drained, limits, over)) return DataError(reader.get());
-      if (over) return ArchiveError::None;
+      if (over) {
+        cut = true;
+        return ArchiveError::None;
+      }
     }
   }
 }
@@ -239,12 +248,19 @@ fs::path ContainedPath(const std::string& name) {
   return path;
 }
 
-ArchiveError ListArchive(const fs::path& path, std::vector<ArchiveMember>& members, const ArchiveLimits& limits) {
+ArchiveError ListArchive(const fs::path& path, std::vector<ArchiveMember>& members, const ArchiveLimits& limits,
+                         bool* cut) {
   members.clear();
-  return Walk(path, limits, [&](const ArchiveMember& member, const MemberData&, bool&) {
-    members.push_back(member);
-    return ArchiveError::None;
-  });
+  bool stopped = false;
+  const ArchiveError error = Walk(
+      path, limits,
+      [&](const ArchiveMember& member, const MemberData&, bool&) {
+        members.push_back(member);
+        return ArchiveError::None;
+      },
+      stopped);
+  if (cut) *cut = stopped;
+  return error;
 }
 
 ArchiveError UnpackMembers(const fs::path& path, const fs::path& folder,
@@ -254,6 +270,7 @@ ArchiveError UnpackMembers(const fs::path& path, const fs::path& folder,
   unpacked.clear();
   oversized.clear();
   int64_t total = 0;
+  bool cut = false;
   return Walk(path, limits, [&](const ArchiveMember& member, const MemberData& data, bool& stop) {
     if (member.refusal != MemberRefusal::None || !wanted(member)) return ArchiveError::None;
     if (total >= limits.totalBytes) {
@@ -295,7 +312,7 @@ ArchiveError UnpackMembers(const fs::path& path, const fs::path& folder,
     total += written;
     unpacked.push_back({member.name, target});
     return ArchiveError::None;
-  });
+  }, cut);
 }
 
 }  // namespace pw::shell

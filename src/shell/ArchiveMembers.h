@@ -46,9 +46,10 @@ struct ArchiveLimits {
 
 // The regular files of the archive in their order, without folders and without the clutter
 // that some systems add ("__MACOSX/", "._name", ".DS_Store"). ArchiveError::None when the
-// whole list could be read.
+// list could be read. `cut` (when given) tells that the list holds only the first members: a
+// solid archive must be unpacked to reach its later ones, and that would pass the size bound.
 ArchiveError ListArchive(const std::filesystem::path& archive, std::vector<ArchiveMember>& members,
-                         const ArchiveLimits& limits = {});
+                         const ArchiveLimits& limits = {}, bool* cut = nullptr);
 
 // Unpacks every member for which `wanted` says yes into `folder`, keeping its sub-folders.
 // Refused members are skipped (the list tells them); a member that grows beyond the size

@@ -270,6 +270,18 @@ TEST(ArchiveInput, CorpusSolidRar) {
   ASSERT_TRUE(common::ReadWholeFile(out.book, text));
   EXPECT_EQ(text.size(), 2048u);
   EXPECT_FALSE(fs::exists(folder / "in" / "stest1.txt"));
+  // When reaching the later members would unpack the archive past the size bound, the list
+  // holds the first ones and says it was cut short.
+  std::vector<ArchiveMember> members;
+  bool cut = false;
+  ArchiveLimits small;
+  small.totalBytes = 100;
+  ASSERT_EQ(ListArchive(rar, members, small, &cut), ArchiveError::None);
+  EXPECT_TRUE(cut);
+  EXPECT_EQ(members.size(), 1u);
+  ASSERT_EQ(ListArchive(rar, members, {}, &cut), ArchiveError::None);
+  EXPECT_FALSE(cut);
+  EXPECT_EQ(members.size(), 2u);
   // Damaged: its data cut short.
   std::string bytes;
   ASSERT_TRUE(common::ReadWholeFile(rar, bytes));

@@ -48,6 +48,8 @@ export async function open(path, unsaved = null) {
     status.note(answer.message || t('unrar.noBook'));
     return false;
   }
+  // A list cut short (a solid archive too large to walk to its end) says so.
+  if (answer.cut) status.note(answer.cut);
   const books = answer.members.filter((member) => member.book && !member.refused);
   if (books.length === 1) return openEntry(path, books[0].name, unsaved);
   if (books.length === 0) {

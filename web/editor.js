@@ -70,10 +70,7 @@ export async function show(number) {
   base.id = PAGE_BASE_ID;
   base.href = '/book/';
   parsed.head.prepend(base);
-  const style = parsed.createElement('style');
-  style.id = PAGE_STYLE_ID;
-  style.textContent = pageStyle;
-  parsed.head.append(style);
+  putPageStyle(parsed);
   doc.replaceChild(doc.adoptNode(parsed.documentElement), doc.documentElement);
   loaded(doc);
 }
@@ -316,7 +313,11 @@ let pageStyle = '';
 export function setPageStyle(css) {
   pageStyle = css;
   const doc = bookDocument();
-  if (!doc || !doc.head) return;
+  if (doc && doc.head) putPageStyle(doc);
+}
+
+// The page's style element in `doc`, made when missing, holding the current rules.
+function putPageStyle(doc) {
   let element = doc.getElementById(PAGE_STYLE_ID);
   if (!element) {
     element = doc.createElement('style');
@@ -324,7 +325,7 @@ export function setPageStyle(css) {
     doc.head.append(element);
   }
   // Rewriting the same rules would lay the whole book out again.
-  if (element.textContent !== css) element.textContent = css;
+  if (element.textContent !== pageStyle) element.textContent = pageStyle;
 }
 
 // The whole document as the server reads it: without the page's own style and base, cut out

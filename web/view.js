@@ -44,7 +44,6 @@ registerCommand({ id: 'MnFullWidth', menu: 'ViewMenu', order: 20, label: 'view.f
                   run: () => { fullWidth = !fullWidth; localStorage.setItem(WIDTH_KEY, fullWidth ? '1' : '0'); applyStyle(); } });
 
 applyStyle();
-editor.onLoad(applyStyle);
 api.onState((state) => {
   if (!state) return;
   // A poll answered before the switch reached the server does not switch back.

@@ -273,10 +273,8 @@ void AddDescriptionFormRoutes(httplib::Server& server, WorkshopServer& workshop)
     if (!name.empty()) {
       const fs::path path = ExpandFolder(name);
       std::error_code error;
-      if (fs::is_directory(path, error)) unreadable = common::Msg::InputIsFolder;
-      else if (fs::exists(path, error) && !fs::is_regular_file(path, error)) unreadable = common::Msg::InputNotRegularFile;
-      else if (!fs::is_regular_file(path, error) || fs::file_size(path, error) > common::kLargestBook ||
-               !common::ReadWholeFile(path, bytes))
+      unreadable = common::UnreadableFileReason(path);
+      if (!unreadable && (fs::file_size(path, error) > common::kLargestBook || !common::ReadWholeFile(path, bytes)))
         unreadable = common::Msg::FileNotFound;
     }
     std::lock_guard lock(workshop.bookMutex());

@@ -1,6 +1,7 @@
 #include "common/Files.h"
 
 #include <atomic>
+#include <cerrno>
 #include <fstream>
 #include <system_error>
 #include <unistd.h>
@@ -57,6 +58,16 @@ bool WriteFileAtomic(const fs::path& path, std::string_view data) {
     return false;
   }
   return true;
+}
+
+std::optional<Msg> UnreadableFileReason(const fs::path& path) {
+  std::error_code ec;
+  const fs::file_status status = fs::status(path, ec);
+  if (fs::is_directory(status)) return Msg::InputIsFolder;
+  if (fs::exists(status) && !fs::is_regular_file(status)) return Msg::InputNotRegularFile;
+  if (!fs::is_regular_file(status)) return Msg::FileNotFound;
+  if (::access(path.c_str(), R_OK) != 0 && errno == EACCES) return Msg::InputPermissionDenied;
+  return std::nullopt;
 }
 
 bool FileExists(const fs::path& path) {

@@ -3,8 +3,11 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "common/Messages.h"
 
 namespace pw::common {
 
@@ -18,6 +21,11 @@ bool ReadWholeFile(const fs::path& path, std::string& out);
 bool WriteFileAtomic(const fs::path& path, std::string_view data);
 
 bool FileExists(const fs::path& path);
+
+// Why `path` cannot be read as a file: a folder, not a regular file (a pipe, a device), missing,
+// or not readable for want of permission; nothing when it can be read. The message takes the
+// path as its detail.
+std::optional<Msg> UnreadableFileReason(const fs::path& path);
 
 // Creates the folder (and its parents) when missing. True when it exists afterwards.
 bool MakeFolderIfMissing(const fs::path& path);

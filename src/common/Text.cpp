@@ -34,7 +34,7 @@ size_t CaselessMatchAt(std::string_view text, size_t pos, const std::u32string& 
 }
 
 template <class Find>
-size_t ReplaceWith(std::string& text, std::string_view to, Find find) {
+size_t ReplaceWith(std::string& text, std::string_view to, size_t maxResult, Find find) {
   const std::string_view source(text);
   std::string out;
   size_t copied = 0;
@@ -46,6 +46,8 @@ size_t ReplaceWith(std::string& text, std::string_view to, Find find) {
     out.append(source, copied, at - copied);
     out.append(to);
     copied = at + length;
+    // What is left of the text is copied as it is, so the result is at least this long.
+    if (out.size() + (source.size() - copied) > maxResult) return kResultTooLarge;
   }
   if (count) {
     out.append(source, copied, source.size() - copied);
@@ -99,9 +101,9 @@ std::string ReplaceAll(std::string_view text, std::string_view from, std::string
   return out;
 }
 
-size_t ReplaceAllInPlace(std::string& text, std::string_view from, std::string_view to) {
+size_t ReplaceAllInPlace(std::string& text, std::string_view from, std::string_view to, size_t maxResult) {
   if (from.empty()) return 0;
-  return ReplaceWith(text, to, [from](std::string_view source, size_t start, size_t& length) {
+  return ReplaceWith(text, to, maxResult, [from](std::string_view source, size_t start, size_t& length) {
     length = from.size();
     return source.find(from, start);
   });
@@ -113,10 +115,11 @@ std::string ReplaceAllCaseless(std::string_view text, std::string_view from, std
   return out;
 }
 
-size_t ReplaceAllCaselessInPlace(std::string& text, std::string_view from, std::string_view to) {
+size_t ReplaceAllCaselessInPlace(std::string& text, std::string_view from, std::string_view to,
+                                 size_t maxResult) {
   if (from.empty()) return 0;
   const std::u32string needle = FoldAll(from);
-  return ReplaceWith(text, to, [&needle](std::string_view source, size_t start, size_t& length) {
+  return ReplaceWith(text, to, maxResult, [&needle](std::string_view source, size_t start, size_t& length) {
     // Try each character start; a match needs the first folded character to agree, which
     // rejects almost every position after one decode.
     for (size_t pos = start; pos < source.size();) {

@@ -13,13 +13,17 @@ namespace pw::common {
 
 // Replaces every non-overlapping occurrence of `from`, left to right. An empty `from` changes nothing.
 std::string ReplaceAll(std::string_view text, std::string_view from, std::string_view to);
-// In-place form; returns the number of replacements.
-size_t ReplaceAllInPlace(std::string& text, std::string_view from, std::string_view to);
+// In-place form; returns the number of replacements. When the result would grow past
+// `maxResult` bytes the text is left as it was and kResultTooLarge is returned.
+inline constexpr size_t kResultTooLarge = static_cast<size_t>(-1);
+size_t ReplaceAllInPlace(std::string& text, std::string_view from, std::string_view to,
+                         size_t maxResult = kResultTooLarge);
 
 // Case-insensitive for Unicode text (simple case folding, so Cyrillic and accented letters match
-// their other case); left to right, non-overlapping.
+// their other case); left to right, non-overlapping. The same bound as ReplaceAllInPlace.
 std::string ReplaceAllCaseless(std::string_view text, std::string_view from, std::string_view to);
-size_t ReplaceAllCaselessInPlace(std::string& text, std::string_view from, std::string_view to);
+size_t ReplaceAllCaselessInPlace(std::string& text, std::string_view from, std::string_view to,
+                                 size_t maxResult = kResultTooLarge);
 
 // Replaces the first occurrence only; false when there was none.
 bool ReplaceFirst(std::string& text, std::string_view from, std::string_view to);

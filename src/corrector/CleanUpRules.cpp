@@ -1,7 +1,5 @@
 #include "corrector/CleanUpRules.h"
 
-#include <algorithm>
-
 #include "common/Regex.h"
 #include "common/Text.h"
 
@@ -75,20 +73,10 @@ std::string ApplyCleanUpRules(std::string_view text, const std::vector<CleanUpRu
 
     const std::string by = common::DecodeCharNotation(row.RepBy, bookCodePage);
     progress.Status("user clean-up: replacing " + row.RepWhat + " -> " + row.RepBy);
-    if (by.size() > what.size()) {
-      // A growing row is measured before it runs, so a text can never balloon in memory.
-      size_t matches = 0;
-      if (row.Case) {
-        matches = common::CountOccurrences(result, what);
-      } else {
-        std::string probe = result;
-        matches = common::ReplaceAllCaselessInPlace(probe, what, "");
-      }
-      if (matches > (sizeLimit - std::min(sizeLimit, result.size())) / (by.size() - what.size()))
-        return stop(i, common::Msg::RuleResultTooLarge);
-    }
-    const size_t count =
-        row.Case ? common::ReplaceAllInPlace(result, what, by) : common::ReplaceAllCaselessInPlace(result, what, by);
+    // A growing row stops as soon as its result would pass the size limit.
+    const size_t count = row.Case ? common::ReplaceAllInPlace(result, what, by, sizeLimit)
+                                  : common::ReplaceAllCaselessInPlace(result, what, by, sizeLimit);
+    if (count == common::kResultTooLarge) return stop(i, common::Msg::RuleResultTooLarge);
     if (report) report->counts[i] = count;
   }
   progress.Percent(100);

@@ -103,13 +103,12 @@ bool ReadPictureBlocks(std::string_view text, std::vector<StoredPicture>& pictur
     }
     // A picture whose name could not be a file in the book's folder is left out; the book and
     // its other pictures are still read.
-    if (guessing && !IsStoredPictureName(picture.name)) {
-      error = "picture with a bad name";
-      return false;
-    }
     if (IsStoredPictureName(picture.name)) {
       picture.data.assign(text.substr(pos, length));
       pictures.push_back(std::move(picture));
+    } else if (guessing) {
+      error = "picture with a bad name";
+      return false;
     }
     pos += length + kPictureClose.size();
   }
@@ -128,8 +127,9 @@ bool FindLayoutTrailer(std::string_view rest, size_t& documentLength, size_t& tr
   if (rest.empty() || rest.back() != '>') return false;
   const size_t window = kLayoutTrailer.size() + 21;
   const size_t from = rest.size() > window ? rest.size() - window : 0;
-  const size_t at = rest.rfind(kLayoutTrailer);
-  if (at == std::string_view::npos || at < from) return false;
+  const size_t found = rest.substr(from).rfind(kLayoutTrailer);
+  if (found == std::string_view::npos) return false;
+  const size_t at = from + found;
   const char* first = rest.data() + at + kLayoutTrailer.size();
   const char* last = rest.data() + rest.size() - 1;
   const auto [end, ec] = std::from_chars(first, last, documentLength);

@@ -59,13 +59,8 @@ InputCheck CheckInputFile(const std::string& path, common::Messages& messages, b
     if (!quiet) messages.Show(msg, path);
     return result;
   };
+  if (const auto reason = common::UnreadableFileReason(path)) return refuse(*reason, InputCheck::Missing);
   std::error_code ec;
-  const fs::file_status status = fs::status(path, ec);
-  if (fs::is_directory(status)) return refuse(common::Msg::InputIsFolder, InputCheck::Missing);
-  if (fs::exists(status) && !fs::is_regular_file(status)) return refuse(common::Msg::InputNotRegularFile, InputCheck::Missing);
-  if (!fs::is_regular_file(status)) return refuse(common::Msg::FileNotFound, InputCheck::Missing);
-  if (::access(path.c_str(), R_OK) != 0 && errno == EACCES)
-    return refuse(common::Msg::InputPermissionDenied, InputCheck::Missing);
   const uintmax_t size = fs::file_size(path, ec);
   if (ec || size < kShortestBook) return refuse(common::Msg::EmptyFile, InputCheck::Empty);
   const std::string extension = common::LowerExtension(path);

@@ -27,6 +27,19 @@ TEST(LiteralReplace, CaselessForUnicode) {
   EXPECT_EQ(ReplaceAllCaseless("\xFF" "ABC\xFE", "b", "-"), "\xFF" "A-C\xFE");
 }
 
+TEST(LiteralReplace, AResultPastItsBoundLeavesTheTextAsItWas) {
+  for (const bool caseless : {false, true}) {
+    const auto replace = [caseless](std::string& text, size_t bound) {
+      return caseless ? ReplaceAllCaselessInPlace(text, "A", "xyz", bound) : ReplaceAllInPlace(text, "a", "xyz", bound);
+    };
+    std::string text = "a-a-a";  // becomes 11 bytes
+    EXPECT_EQ(replace(text, 10), kResultTooLarge) << caseless;
+    EXPECT_EQ(text, "a-a-a");
+    EXPECT_EQ(replace(text, 11), 3u) << caseless;
+    EXPECT_EQ(text, "xyz-xyz-xyz");
+  }
+}
+
 TEST(CollapseRepeats, RunsBecomeOne) {
   std::string text = "a    b  c d";
   CollapseRepeats(text, " ", true);

@@ -13,24 +13,21 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Which references pass is the picture gate's own matter (PicturePathsTest); here: what passes
+// is copied with its sub-folders and the cover link, and what the gate refuses is not.
 TEST(PagePictures, OnlyPicturesInsideThePagesFolderTreeAreCopied) {
   test::ScratchFolder place;
   const fs::path root = place / "book";
   fs::create_directories(root / "images" / "sub");
-  fs::create_directories(place / "elsewhere");
   ASSERT_TRUE(common::WriteFileAtomic(root / "images" / "a.jpg", "jpeg"));
   ASSERT_TRUE(common::WriteFileAtomic(root / "images" / "sub" / "b c.png", "png"));
   ASSERT_TRUE(common::WriteFileAtomic(root / "cover.jpg", "cover"));
-  ASSERT_TRUE(common::WriteFileAtomic(root / "notes.txt", "text"));
   ASSERT_TRUE(common::WriteFileAtomic(place / "outside.jpg", "outside"));
-  ASSERT_TRUE(common::WriteFileAtomic(place / "elsewhere" / "x.jpg", "linked"));
-  fs::create_directory_symlink(place / "elsewhere", root / "link");
   const std::string page =
       "<html><head><link rel=coverpage href='cover.jpg'></head><body>"
       "<img src=\"images/a.jpg\"><img src='images/sub/b%20c.png'><img src=images/./a.jpg?size=2>"
-      "<img src=\"../outside.jpg\"><img src=\"images/../../outside.jpg\"><img src=\"" + (place / "outside.jpg").string() +
-      "\"><img src=\"file:///" + (place / "outside.jpg").string() + "\"><img src=\"link/x.jpg\">"
-      "<img src=\"notes.txt\"><img src=\"http://example.org/y.jpg\"><img src=\"missing.jpg\"></body></html>";
+      "<img src=\"../outside.jpg\"><img src=\"" + (place / "outside.jpg").string() + "\"><img src=\"missing.jpg\">"
+      "</body></html>";
   ASSERT_TRUE(common::WriteFileAtomic(root / "page.html", page));
 
   const fs::path copy = place / "copy";
@@ -39,9 +36,10 @@ TEST(PagePictures, OnlyPicturesInsideThePagesFolderTreeAreCopied) {
   EXPECT_TRUE(fs::exists(copy / "cover.jpg"));
   EXPECT_TRUE(fs::exists(copy / "images" / "a.jpg"));
   EXPECT_TRUE(fs::exists(copy / "images" / "sub" / "b c.png"));
-  EXPECT_FALSE(fs::exists(copy / "outside.jpg"));
-  EXPECT_FALSE(fs::exists(copy / "link"));
-  EXPECT_FALSE(fs::exists(copy / "notes.txt"));
+  // Nothing else came along: three files in all.
+  size_t files = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(copy)) files += entry.is_regular_file() ? 1 : 0;
+  EXPECT_EQ(files, 3u);
 }
 
 TEST(StructureReport, Fb2AndHtml0Books) {
